@@ -1,0 +1,58 @@
+#include "platform/linux/MainThreadQueue.h"
+
+#include <sys/eventfd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace platform::linux_desktop {
+namespace {
+
+FileDescriptor makeEventDescriptor() {
+  FileDescriptor descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+  if (!descriptor.isOpen()) {
+    std::perror("eventfd");
+    std::abort();
+  }
+  return descriptor;
+}
+
+}  // namespace
+
+MainThreadQueue::MainThreadQueue() : wakeUp_(makeEventDescriptor()), notifier_(wakeUp_.get(), QSocketNotifier::Read) {
+  QObject::connect(&notifier_, &QSocketNotifier::activated, &notifier_, [this] { doWaitingWork(); });
+}
+
+void MainThreadQueue::add(Work work) {
+  const std::lock_guard lock(mutex_);
+  waiting_.push_back(std::move(work));
+  if (waiting_.size() == 1) eventfd_write(wakeUp_.get(), 1);
+}
+
+// Does what waits now; what is added meanwhile waits for the next turn, so that other events get theirs.
+void MainThreadQueue::doWaitingWork() {
+  std::size_t count = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    count = waiting_.size();
+  }
+  for (; count > 0; --count) {
+    const Work work = takeFirst();
+    if (!work) return;  // a nested event loop was faster
+    work();
+  }
+}
+
+Work MainThreadQueue::takeFirst() {
+  const std::lock_guard lock(mutex_);
+  if (waiting_.empty()) return nullptr;
+  Work work = std::move(waiting_.front());
+  waiting_.pop_front();
+  if (waiting_.empty()) {
+    eventfd_t discarded = 0;
+    eventfd_read(wakeUp_.get(), &discarded);
+  }
+  return work;
+}
+
+}  // namespace platform::linux_desktop
