@@ -1,0 +1,39 @@
+// Brings every tapped event to those who need it.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "varnoletKit/EventTapDelegate.h"
+#include "varnoletKit/GestureDetector.h"
+#include "varnoletKit/Guarded.h"
+#include "varnoletKit/KeystrokeBuffer.h"
+
+namespace varnoletKit {
+
+// Records each event in the gesture detector and lets the keystroke buffer decide on it. A key that would reach another
+// process than the key before it starts a speculative capture first, and is its first catch: whether the user wanted
+// the change of application is judged a little later, on the main thread.
+//
+// Events come on the event tap's thread.
+class EventRouter final : public EventTapDelegate {
+ public:
+  EventRouter(std::shared_ptr<GestureDetector> gestureDetector, std::shared_ptr<KeystrokeBuffer> keystrokeBuffer);
+
+  platform::CGEvent* handleTapEvent(platform::CGEventTapProxy proxy, platform::CGEventType type,
+                                    platform::CGEvent& event) override;
+
+  // Any thread. The process that is rightly in front: its next key is no change, but one that any other would get is.
+  // Without being told, a router that last saw a key go to a thief would let that same thief have one more.
+  void noteFrontmost(std::int32_t pid);
+
+ private:
+  void captureIfFrontmostChanged(const platform::CGEvent& event);
+
+  const std::shared_ptr<GestureDetector> gestureDetector_;
+  const std::shared_ptr<KeystrokeBuffer> keystrokeBuffer_;
+  // 0 until the first key: that one always counts as a change.
+  Guarded<std::int32_t> lastKnownFrontmostPID_{0};
+};
+
+}  // namespace varnoletKit

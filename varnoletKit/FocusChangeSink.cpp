@@ -1,0 +1,26 @@
+#include "varnoletKit/FocusChangeSink.h"
+
+#include <utility>
+
+#include "varnoletKit/FocusGuardEngine.h"
+
+namespace varnoletKit {
+
+void FocusChangeSink::setEngine(std::weak_ptr<FocusGuardEngine> engine) {
+  engine_ = std::move(engine);
+}
+
+void FocusChangeSink::focusChangeUserInitiated(const platform::NSRunningApplication& app) {
+  if (const auto engine = engine_.lock()) engine->state().setBlessedApp(app);
+}
+
+void FocusChangeSink::focusChangeProgrammaticTheftBy(const platform::NSRunningApplication& thief,
+                                                     const platform::NSRunningApplication& blessedApp) {
+  if (const auto engine = engine_.lock()) engine->handleProgrammaticTheft(thief, blessedApp);
+}
+
+void FocusChangeSink::focusChangeWhitelisted(const platform::NSRunningApplication& app) {
+  focusChangeUserInitiated(app);
+}
+
+}  // namespace varnoletKit
