@@ -1,0 +1,87 @@
+#include "platform/linux/FocusWatch.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+constexpr std::uint32_t longestClientList = 4096;
+
+}  // namespace
+
+void FocusWatch::begin() {
+  activeWindow_ = connection_.atom("_NET_ACTIVE_WINDOW");
+  clientList_ = connection_.atom("_NET_CLIENT_LIST");
+  // Requests to the window manager are sent to the root as substructure notifications: they are seen here when the
+  // window manager sees them, before it acts.
+  const std::uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
+  xcb_change_window_attributes(connection_, connection_.root(), XCB_CW_EVENT_MASK, &mask);
+  const auto tree = replyTo(connection_, xcb_query_tree_reply, xcb_query_tree(connection_, connection_.root()));
+  if (tree) {
+    const xcb_window_t* children = xcb_query_tree_children(tree.get());
+    for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) watchFocusOf(children[i]);
+  }
+  watchFocusOfClients();
+}
+
+void FocusWatch::watchFocusOf(xcb_window_t window) {
+  const std::uint32_t mask = XCB_EVENT_MASK_FOCUS_CHANGE;
+  xcb_change_window_attributes(connection_, window, XCB_CW_EVENT_MASK, &mask);
+}
+
+void FocusWatch::watchFocusOfClients() {
+  const auto list =
+      replyTo(connection_, xcb_get_property_reply,
+              xcb_get_property(connection_, 0, connection_.root(), clientList_, XCB_ATOM_WINDOW, 0, longestClientList));
+  if (!list || list->format != 32) return;
+  const auto* windows = static_cast<const xcb_window_t*>(xcb_get_property_value(list.get()));
+  const auto count = static_cast<std::uint32_t>(xcb_get_property_value_length(list.get())) / sizeof(xcb_window_t);
+  for (std::uint32_t i = 0; i < count; ++i) watchFocusOf(windows[i]);
+}
+
+FocusWatch::Sign FocusWatch::handle(const xcb_generic_event_t& event) {
+  switch (event.response_type & ~0x80) {
+    case XCB_CLIENT_MESSAGE: {
+      const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(event);
+      return message.type == activeWindow_ ? Sign::focusMayMove : Sign::none;
+    }
+    case XCB_CREATE_NOTIFY:
+      watchFocusOf(reinterpret_cast<const xcb_create_notify_event_t&>(event).window);
+      return Sign::focusMayMove;
+    case XCB_MAP_NOTIFY:
+      return Sign::focusMayMove;
+    case XCB_PROPERTY_NOTIFY: {
+      const auto& property = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+      if (property.atom == clientList_) {
+        owners_.forgetAll();
+        watchFocusOfClients();
+      }
+      return property.atom == activeWindow_ ? Sign::focusMayMove : Sign::none;
+    }
+    case XCB_FOCUS_IN:
+    case XCB_FOCUS_OUT: {
+      const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
+      if (focus.detail == XCB_NOTIFY_DETAIL_POINTER) return Sign::none;
+      if (focus.mode == XCB_NOTIFY_MODE_GRAB) return Sign::grabBegan;
+      if (focus.mode == XCB_NOTIFY_MODE_WHILE_GRABBED) return Sign::focusMayMove;
+      return Sign::grabEnded;
+    }
+    default:
+      return Sign::none;
+  }
+}
+
+std::optional<pid_t> FocusWatch::frontmostProcess() {
+  const auto focus = replyTo(connection_, xcb_get_input_focus_reply, xcb_get_input_focus(connection_));
+  if (!focus) return std::nullopt;
+  const auto owner = owners_.ownerOf(focus->focus);
+  return owner ? owner : ownerOfActiveWindow();
+}
+
+std::optional<pid_t> FocusWatch::ownerOfActiveWindow() {
+  const auto active =
+      replyTo(connection_, xcb_get_property_reply,
+              xcb_get_property(connection_, 0, connection_.root(), activeWindow_, XCB_ATOM_WINDOW, 0, 1));
+  if (!active || active->format != 32 || xcb_get_property_value_length(active.get()) < 4) return std::nullopt;
+  return owners_.ownerOf(*static_cast<const xcb_window_t*>(xcb_get_property_value(active.get())));
+}
+
+}  // namespace platform::linux_desktop

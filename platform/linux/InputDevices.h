@@ -1,0 +1,45 @@
+// The keyboards and mice that people touch, and the keyboard that programs type on.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "platform/linux/KeyStroke.h"
+#include "platform/linux/XcbConnection.h"
+
+namespace platform::linux_desktop {
+
+// The slave devices of the core keyboard and pointer. On the tap's thread.
+class InputDevices {
+ public:
+  explicit InputDevices(XcbConnection& connection) : connection_(connection) {}
+
+  // Negotiates XInput 2.2, XTEST and XKB; false if the server lacks one of them.
+  bool isSupported();
+  // Asks the server anew which devices there are, and asks for the raw events of those that are physical. A keyboard
+  // that we hold floats; `ours` names those, all other floating ones are somebody else's business.
+  void refresh(const std::vector<DeviceId>& ours);
+  // Asks to be told when devices come and go.
+  void watchHierarchy();
+
+  // The physical keyboards.
+  const std::vector<DeviceId>& keyboards() const { return keyboards_; }
+  // The one that XTEST types on; absent if the server has none.
+  std::optional<DeviceId> xtestKeyboard() const { return xtestKeyboard_; }
+  // The one that applications listen to.
+  std::optional<DeviceId> masterKeyboard() const { return masterKeyboard_; }
+  // The keys that the device has down; absent if it is gone.
+  std::optional<KeySet> keysDown(DeviceId device);
+  std::uint8_t xinputOpcode();
+
+ private:
+  bool isXtest(DeviceId device);
+  void select(DeviceId device, std::uint32_t mask);
+
+  XcbConnection& connection_;
+  std::vector<DeviceId> keyboards_;
+  std::optional<DeviceId> xtestKeyboard_;
+  std::optional<DeviceId> masterKeyboard_;
+};
+
+}  // namespace platform::linux_desktop

@@ -1,0 +1,27 @@
+// What the event tap knows of one key event.
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+
+#include "platform/CGEvent.h"
+
+namespace platform::linux_desktop {
+
+using KeyCode = std::uint8_t;
+using KeySet = std::bitset<256>;
+using DeviceId = std::uint16_t;
+
+struct KeyStroke {
+  KeyCode key = 0;
+  bool isPress = false;
+  CGEventType type = kCGEventKeyDown;
+  CGEventFlags flags = 0;
+  CGPoint location;
+
+  friend bool operator==(const KeyStroke& a, const KeyStroke& b) {
+    return a.key == b.key && a.isPress == b.isPress && a.type == b.type && a.flags == b.flags;
+  }
+};
+
+}  // namespace platform::linux_desktop

@@ -1,0 +1,55 @@
+// The gate between the keyboards and the applications.
+#pragma once
+
+#include <deque>
+#include <map>
+#include <vector>
+
+#include "platform/linux/KeyStroke.h"
+#include "platform/linux/XcbConnection.h"
+
+namespace platform::linux_desktop {
+
+// Open, the keyboards type into the applications by themselves and only watching is possible. Closed, they are grabbed:
+// their events come to this connection alone. On the tap's connection and thread.
+class KeyboardGate {
+ public:
+  explicit KeyboardGate(XcbConnection& connection) : connection_(connection) {}
+
+  bool isClosed() const { return isClosed_; }
+  // Grabs these keyboards. Those that are grabbed already stay so.
+  void close(const std::vector<DeviceId>& keyboards);
+  void open();
+  // The keyboards that are grabbed now: they float until the gate opens.
+  std::vector<DeviceId> grabbed() const;
+  // Forgets a keyboard that is gone.
+  void forget(DeviceId keyboard) { sides_.erase(keyboard); }
+
+  // To be told the sequence number of every event of the connection, in the order in which they came. Replies and
+  // events come in one stream, so which side of the gate an event was on is known, not guessed: the server had handled
+  // the grab before every event that carries the grab's number or a later one.
+  void reached(std::uint32_t sequence);
+  // True if the event that was reached last, if it is of `keyboard`, was held by the gate; false if the applications
+  // have it.
+  bool holds(DeviceId keyboard) const;
+
+ private:
+  // From the request with this sequence number on, events are held or not.
+  struct Boundary {
+    std::uint32_t sequence = 0;
+    bool isHeld = false;
+  };
+  struct Side {
+    bool isHeld = false;  // for the event reached last
+    std::deque<Boundary> boundaries;
+    bool isGrabbed() const { return boundaries.empty() ? isHeld : boundaries.back().isHeld; }
+  };
+
+  bool isGranted(const Boundary& boundary);
+
+  XcbConnection& connection_;
+  bool isClosed_ = false;
+  std::map<DeviceId, Side> sides_;
+};
+
+}  // namespace platform::linux_desktop

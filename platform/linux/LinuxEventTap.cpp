@@ -1,0 +1,109 @@
+#include "platform/linux/LinuxEventTap.h"
+
+#include "platform/Log.h"
+#include "platform/linux/TapSession.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr Logger logger(LogCategory::focus);
+// After a lost connection, until the next attempt.
+constexpr std::chrono::milliseconds reconnectInterval = 250ms;
+
+bool isXwayland(XcbConnection& connection) {
+  constexpr std::string_view name = "XWAYLAND";
+  const auto reply = replyTo(connection, xcb_query_extension_reply,
+                             xcb_query_extension(connection, static_cast<std::uint16_t>(name.size()), name.data()));
+  return reply && reply->present;
+}
+
+bool serverAllowsTaps() {
+  const auto connection = XcbConnection::open();
+  return connection && InputDevices(*connection).isSupported() && !isXwayland(*connection);
+}
+
+}  // namespace
+
+// Keeps a session running: a connection that the watchdog has cut, or that is lost otherwise, is followed by a new one
+// as soon as the server takes it. What the old one held is gone with it and is never typed late.
+class LinuxEventTap::Source final : public PolledSource {
+ public:
+  Source(CGEventMask mask, CGEventTapCallBack callback, void* userInfo)
+      : mask_(mask), callback_(callback), userInfo_(userInfo), watchdog_(std::make_shared<WatchdogLink>()) {
+    if (!watchdog_->isWatched()) logger.error("The keyboard watchdog is missing: a killed guard may leave keys down");
+    connect();
+  }
+
+  bool isConnected() const { return session_ != nullptr; }
+  std::atomic<bool>& isEnabled() { return isEnabled_; }
+
+  void addPollDescriptors(std::vector<pollfd>& descriptors) override {
+    if (session_) session_->addPollDescriptors(descriptors);
+  }
+
+  std::optional<Clock::time_point> deadline() override { return session_ ? session_->deadline() : nextAttempt_; }
+
+  bool perform() override {
+    if (!isEnabled_.load(std::memory_order_acquire)) {
+      session_.reset();
+      return false;
+    }
+    if (!session_ && Clock::now() >= nextAttempt_.value_or(Clock::time_point::min())) connect();
+    if (!session_) return false;
+    const bool hasHandled = session_->perform();
+    if (session_->isLost()) {
+      logger.error("The event tap lost its connection to the X server");
+      session_.reset();
+      nextAttempt_ = Clock::now() + reconnectInterval;
+    }
+    return hasHandled;
+  }
+
+ private:
+  void connect() {
+    session_ = TapSession::open([this](CGEventType type, TapEvent& event) { return show(type, event); }, watchdog_);
+    nextAttempt_ = Clock::now() + reconnectInterval;
+  }
+
+  bool show(CGEventType type, TapEvent& event) {
+    if ((mask_ >> type & 1) == 0) return true;
+    return callback_(nullptr, type, event, userInfo_) != nullptr;
+  }
+
+  CGEventMask mask_;
+  CGEventTapCallBack callback_;
+  void* userInfo_;
+  std::shared_ptr<WatchdogLink> watchdog_;
+  std::atomic<bool> isEnabled_ = true;
+  std::unique_ptr<TapSession> session_;
+  std::optional<Clock::time_point> nextAttempt_;
+};
+
+std::shared_ptr<LinuxEventTap> LinuxEventTap::create(CGEventTapOptions options, CGEventMask mask,
+                                                     CGEventTapCallBack callback, void* userInfo) {
+  if (!serverAllowsTaps()) return nullptr;
+  // A tap that may only listen is made to find out whether one could be: it needs no connection before it is in a loop.
+  if (options == CGEventTapOptions::listenOnly) return std::shared_ptr<LinuxEventTap>(new LinuxEventTap(nullptr));
+  auto source = std::make_shared<Source>(mask, callback, userInfo);
+  if (!source->isConnected()) return nullptr;
+  return std::shared_ptr<LinuxEventTap>(new LinuxEventTap(std::move(source)));
+}
+
+void LinuxEventTap::setEnabled(bool enabled) {
+  if (source_) source_->isEnabled().store(enabled, std::memory_order_release);
+}
+
+bool LinuxEventTap::isEnabled() const {
+  return source_ && source_->isEnabled().load(std::memory_order_acquire);
+}
+
+CFRunLoopSourceRef LinuxEventTap::createSource() const { return source_; }
+
+void LinuxEventTap::invalidate() {
+  setEnabled(false);
+  source_.reset();
+}
+
+}  // namespace platform::linux_desktop

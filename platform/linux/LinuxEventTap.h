@@ -1,0 +1,31 @@
+// An event tap on the keyboards and mice of an X server.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+#include "platform/linux/LinuxRunLoops.h"
+
+namespace platform::linux_desktop {
+
+// A handle to a tap; the work is done by its source, on the thread whose loop holds it.
+class LinuxEventTap final : public CFMachPort {
+ public:
+  // Null where the server, or what it offers, allows no tap, or where it is an Xwayland server.
+  static std::shared_ptr<LinuxEventTap> create(CGEventTapOptions options, CGEventMask mask, CGEventTapCallBack callback,
+                                               void* userInfo);
+
+  void setEnabled(bool enabled) override;
+  bool isEnabled() const override;
+  void invalidate() override;
+  // Absent after invalidate().
+  CFRunLoopSourceRef createSource() const;
+
+ private:
+  class Source;
+  explicit LinuxEventTap(std::shared_ptr<Source> source) : source_(std::move(source)) {}
+
+  std::shared_ptr<Source> source_;
+};
+
+}  // namespace platform::linux_desktop

@@ -1,0 +1,91 @@
+// The event tap's work on one connection to the X server, from its opening to its loss.
+#pragma once
+
+#include <poll.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/linux/FocusWatch.h"
+#include "platform/linux/HeldKeys.h"
+#include "platform/linux/InputDevices.h"
+#include "platform/linux/KeyBalance.h"
+#include "platform/linux/KeyQueue.h"
+#include "platform/linux/KeyRoles.h"
+#include "platform/linux/KeyboardGate.h"
+#include "platform/linux/KeymapKeeper.h"
+#include "platform/linux/WatchdogLink.h"
+#include "platform/linux/XcbConnection.h"
+
+namespace platform::linux_desktop {
+
+// Watches keys and buttons while the gate is open. When the focus may move it closes the gate; every key then waits for
+// the verdict, and what passes is typed again through XTEST. Destroying it frees the keyboards and leaves no key down.
+// Used by one thread at a time.
+class TapSession {
+ public:
+  using Clock = std::chrono::steady_clock;
+  // Shows an event to the tap's owner; true lets it pass.
+  using Judge = std::function<bool(CGEventType, TapEvent&)>;
+
+  // Null where the server, or what it offers, does not allow a tap.
+  static std::unique_ptr<TapSession> open(Judge judge, std::shared_ptr<WatchdogLink> watchdog);
+  TapSession(const TapSession&) = delete;
+  TapSession& operator=(const TapSession&) = delete;
+  ~TapSession();
+
+  bool isLost() const { return connection_->isLost(); }
+  // What to wait for until perform() has something to do again, and until when.
+  void addPollDescriptors(std::vector<pollfd>& descriptors) const;
+  std::optional<Clock::time_point> deadline() const;
+  // Handles what has come in, one event at a time; false if there was nothing.
+  bool perform();
+
+ private:
+  TapSession(std::unique_ptr<XcbConnection> connection, Judge judge, std::shared_ptr<WatchdogLink> watchdog);
+
+  void begin();
+  void refreshDevices();
+  bool handleInbox();
+  void handle(const xcb_generic_event_t& event);
+  void handleInput(const xcb_ge_generic_event_t& event);
+  void handleKey(DeviceId keyboard, KeyCode key, bool isPress);
+  void handleButton(std::uint32_t button);
+  void noteFocus(FocusWatch::Sign sign);
+
+  void judgeDelivered(const KeyStroke& stroke);
+  void admit(const KeyStroke& stroke);
+  void advance();
+  bool judge(CGEventType type, TapEvent& event, std::optional<pid_t> front);
+  std::optional<pid_t> knownFront();
+
+  void disturb();
+  void openIfQuiet();
+  void openGate();
+  void emit(const std::vector<KeyBalance::Emission>& emissions);
+  void settle();
+
+  std::unique_ptr<XcbConnection> connection_;
+  Judge judge_;
+  std::shared_ptr<WatchdogLink> watchdog_;
+  std::shared_ptr<HeldKeyInbox> inbox_;
+  InputDevices devices_;
+  FocusWatch focus_;
+  KeyboardGate gate_;
+  KeymapKeeper keymaps_;
+  KeyRoles roles_;
+  KeyBalance balance_;
+  KeyQueue queue_;
+
+  std::uint8_t xinputOpcode_ = 0;
+  // Valid while the gate is open: nothing has moved the focus since it was asked for.
+  std::optional<std::optional<pid_t>> front_;
+  bool isGrabbedElsewhere_ = false;
+  DeviceId typist_ = 0;  // the keyboard that was typed on last
+  Clock::time_point lastDisturbance_;
+};
+
+}  // namespace platform::linux_desktop

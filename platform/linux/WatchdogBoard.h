@@ -1,0 +1,36 @@
+// What the guard and its watchdog process share.
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+
+#include "platform/linux/KeyStroke.h"
+
+namespace platform::linux_desktop {
+
+// Lies in memory that both processes map; all zero at the start. The guard writes, the watchdog reads.
+struct WatchdogBoard {
+  // When the tap's thread was last seen alive, in nanoseconds of the monotonic clock.
+  std::atomic<std::uint64_t> beat;
+  std::atomic<bool> isGateClosed;
+  // The guard's connection that grabs: its descriptor there, and a resource by which the server knows it.
+  std::atomic<std::int32_t> socket;
+  std::atomic<std::uint32_t> resource;
+  // The keys that the guard has pressed through XTEST and not released, 32 in a word.
+  std::array<std::atomic<std::uint32_t>, 8> emittedDown;
+
+  void setEmittedDown(const KeySet& keys);
+  KeySet emittedKeys() const;
+};
+static_assert(std::atomic<std::uint64_t>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
+
+// The descriptors that the watchdog process finds open when it starts.
+inline constexpr int watchdogBoardDescriptor = 3;
+inline constexpr int watchdogPipeDescriptor = 4;
+inline constexpr char watchdogProgram[] = "varnolet-watchdog";
+
+std::uint64_t monotonicNanoseconds();
+
+}  // namespace platform::linux_desktop
