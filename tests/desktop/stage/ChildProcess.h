@@ -1,0 +1,73 @@
+// A program that runs beside the test and ends with it.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/desktop/stage/Lines.h"
+
+namespace stage {
+
+using Environment = std::map<std::string, std::string>;
+
+// How a process ended: by its own exit code, or by a signal.
+struct Ending {
+  std::optional<int> exitCode;
+  std::optional<int> signal;
+  friend bool operator==(const Ending&, const Ending&) = default;
+};
+std::string describe(const Ending& ending);
+
+// A child in a process group of its own, with its own environment and nothing inherited but standard error where asked.
+// It is killed, with all of its group, when this object or the test process goes away. Not thread-safe.
+class ChildProcess {
+ public:
+  struct Options {
+    Environment environment;
+    // Which streams this object reads; what is not read goes to /dev/null.
+    bool readOutput = false;
+    bool readErrors = false;
+    Lines::Listener onOutput{};
+    // What the child gets as its descriptor 3, if anything; stays open here.
+    int descriptor3 = -1;
+  };
+
+  // Throws std::runtime_error if the program cannot be started.
+  ChildProcess(const std::vector<std::string>& command, Options options);
+  ChildProcess(const ChildProcess&) = delete;
+  ChildProcess& operator=(const ChildProcess&) = delete;
+  ~ChildProcess();
+
+  pid_t pid() const { return pid_; }
+  // One line to the child's standard input.
+  void tell(const std::string& line);
+  void closeInput();
+  void signal(int number) const;
+  // True until its end was seen by ending().
+  bool isRunning();
+  // How it ended; absent if it has not within `limit`.
+  std::optional<Ending> ending(std::chrono::milliseconds limit = patience);
+  // True if a process of its group is left, itself or one that it started.
+  bool leftSomethingRunning() const;
+
+  Lines& output() { return *output_; }
+  Lines& errors() { return *errors_; }
+
+ private:
+  pid_t pid_ = -1;
+  int input_ = -1;
+  std::optional<Ending> ending_;
+  std::unique_ptr<Lines> output_;
+  std::unique_ptr<Lines> errors_;
+};
+
+// The environment that a child needs to find programs and libraries, and what sanitizers are told.
+Environment bareEnvironment();
+
+}  // namespace stage

@@ -1,0 +1,42 @@
+#include "tests/desktop/stage/Guard.h"
+
+#include <signal.h>
+
+#include <cstdlib>
+#include <stdexcept>
+
+namespace stage {
+namespace {
+
+ChildProcess::Options talkative(const VirtualDesktop& desktop) {
+  ChildProcess::Options options;
+  options.environment = desktop.environment();
+  options.environment["QT_LOGGING_RULES"] = "*.info=true;qt.*.info=false";
+  options.readErrors = true;
+  return options;
+}
+
+}  // namespace
+
+Guard::Guard(const VirtualDesktop& desktop, const std::filesystem::path& program)
+    : process_({program.string()}, talkative(desktop)) {
+  if (!log().waitFor("FocusGuardEngine started")) {
+    throw std::runtime_error("the program under test does not guard:\n" + log().text());
+  }
+}
+
+std::filesystem::path Guard::programUnderTest() {
+  const char* other = std::getenv("VARNOLET_UNDER_TEST");  // NOLINT(concurrency-mt-unsafe)
+  return other != nullptr ? other : VARNOLET_PROGRAM;
+}
+
+std::optional<Ending> Guard::stop() {
+  process_.signal(SIGTERM);
+  return process_.ending();
+}
+
+std::filesystem::path blockedEventsFile(const VirtualDesktop& desktop) {
+  return desktop.home() / "data" / "Varnolet" / "blocked-events.json";
+}
+
+}  // namespace stage

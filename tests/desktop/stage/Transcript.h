@@ -1,0 +1,29 @@
+// What was typed against what arrived.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "tests/desktop/stage/Keyboard.h"
+
+namespace stage {
+
+// The fewest changes that lead from what was typed to what arrived. A key that arrived out of order counts as lost
+// where it belonged and as surplus where it came.
+struct Difference {
+  // Positions among the typed keys.
+  std::vector<std::size_t> lost;
+  // Positions among the arrived keys.
+  std::vector<std::size_t> surplus;
+  // Too different to be told in detail; the lists stay empty.
+  bool isHopeless = false;
+
+  bool isNone() const { return lost.empty() && surplus.empty() && !isHopeless; }
+};
+
+Difference difference(const std::vector<KeyCode>& typed, const std::vector<KeyCode>& arrived);
+// Names positions only, never keys.
+std::string describe(const Difference& difference);
+
+}  // namespace stage

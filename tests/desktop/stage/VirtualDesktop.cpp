@@ -1,0 +1,131 @@
+#include "tests/desktop/stage/VirtualDesktop.h"
+
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <array>
+#include <stdexcept>
+
+#include "tests/desktop/stage/Waiting.h"
+
+namespace stage {
+namespace {
+
+std::vector<std::string> commandOf(WindowManager manager) {
+  if (manager == WindowManager::openbox) return {"openbox", "--sm-disable", "--replace"};
+  return {"xfwm4", "--sm-client-disable", "--compositor=off", "--replace"};
+}
+
+}  // namespace
+
+std::string nameOf(WindowManager manager) {
+  return manager == WindowManager::openbox ? "openbox" : "xfwm4";
+}
+
+TemporaryFolder::TemporaryFolder() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "varnolet-stage-XXXXXX").string();
+  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  path_ = pattern;
+}
+
+TemporaryFolder::~TemporaryFolder() {
+  std::error_code ignored;
+  std::filesystem::remove_all(path_, ignored);
+}
+
+VirtualDesktop::VirtualDesktop(WindowManager manager, const std::string& screen) : environment_(bareEnvironment()) {
+  environment_["HOME"] = home();
+  const std::array<std::pair<const char*, const char*>, 5> folders{{{"XDG_CONFIG_HOME", "config"},
+                                                                    {"XDG_DATA_HOME", "data"},
+                                                                    {"XDG_STATE_HOME", "state"},
+                                                                    {"XDG_CACHE_HOME", "cache"},
+                                                                    {"XDG_RUNTIME_DIR", "run"}}};
+  for (const auto& [variable, folder] : folders) {
+    const auto path = home() / folder;
+    std::filesystem::create_directory(path);
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+    environment_[variable] = path;
+  }
+  startServer(screen);
+  startBus();
+  connection_ = std::make_unique<XConnection>(display_);
+  startWindowManager(manager);
+}
+
+void VirtualDesktop::startServer(const std::string& screen) {
+  ChildProcess::Options options;
+  options.environment = environment_;
+  options.readOutput = true;
+  server_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-screen", "0", screen},
+      options);
+  const auto number = server_->output().waitFor("");
+  if (!number) throw std::runtime_error("Xvfb does not start");
+  display_ = ':' + *number;
+  environment_["DISPLAY"] = display_;
+}
+
+void VirtualDesktop::startBus() {
+  ChildProcess::Options options;
+  options.environment = environment_;
+  options.readOutput = true;
+  bus_ = std::make_unique<ChildProcess>(
+      std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--print-address=1"}, options);
+  const auto address = bus_->output().waitFor("unix:");
+  if (!address) throw std::runtime_error("dbus-daemon does not start");
+  environment_["DBUS_SESSION_BUS_ADDRESS"] = *address;
+}
+
+void VirtualDesktop::startWindowManager(WindowManager manager) {
+  const auto before = managersWindow();
+  auto started = std::make_unique<ChildProcess>(commandOf(manager), ChildProcess::Options{environment_});
+  const bool manages = eventually([&] {
+    const auto now = managersWindow();
+    return now != 0 && now != before && connection_->value(connection_->root(), "_NET_SUPPORTED") != 0;
+  });
+  if (!manages) throw std::runtime_error(nameOf(manager) + " does not take over");
+  windowManager_ = std::move(started);
+}
+
+void VirtualDesktop::replaceWindowManager(WindowManager manager) {
+  startWindowManager(manager);
+}
+
+void VirtualDesktop::killServer() {
+  server_.reset();
+}
+
+xcb_window_t VirtualDesktop::managersWindow() const {
+  const auto window = connection_->value(connection_->root(), "_NET_SUPPORTING_WM_CHECK");
+  // A window manager that is gone leaves the property behind, but not the window.
+  return window != 0 && connection_->value(window, "_NET_SUPPORTING_WM_CHECK") == window ? window : 0;
+}
+
+xcb_window_t VirtualDesktop::activeWindow() const {
+  return connection_->value(connection_->root(), "_NET_ACTIVE_WINDOW");
+}
+
+void VirtualDesktop::activate(xcb_window_t window) const {
+  if (!eventually([&] { return connection_->value(window, "WM_STATE") != 0; })) {
+    throw std::runtime_error("a window is not managed");
+  }
+  xcb_client_message_event_t message{};
+  message.response_type = XCB_CLIENT_MESSAGE;
+  message.format = 32;
+  message.window = window;
+  message.type = connection_->atom("_NET_ACTIVE_WINDOW");
+  message.data.data32[0] = 2;
+  xcb_send_event(*connection_, 0, connection_->root(),
+                 XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                 reinterpret_cast<const char*>(&message));
+  xcb_flush(*connection_);
+  if (!eventually([&] { return activeWindow() == window; })) throw std::runtime_error("a window stays inactive");
+}
+
+bool VirtualDesktop::run(const std::vector<std::string>& command) const {
+  ChildProcess process(command, ChildProcess::Options{environment_});
+  const auto ending = process.ending();
+  return ending && ending->exitCode == 0;
+}
+
+}  // namespace stage

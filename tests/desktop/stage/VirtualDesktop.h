@@ -1,0 +1,69 @@
+// A desktop of its own for one test: X server, session bus, window manager and a home folder, all private.
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tests/desktop/stage/ChildProcess.h"
+#include "tests/desktop/stage/XConnection.h"
+
+namespace stage {
+
+enum class WindowManager { openbox, xfwm4 };
+std::string nameOf(WindowManager manager);
+
+// Created and removed with this object.
+class TemporaryFolder {
+ public:
+  TemporaryFolder();
+  TemporaryFolder(const TemporaryFolder&) = delete;
+  TemporaryFolder& operator=(const TemporaryFolder&) = delete;
+  ~TemporaryFolder();
+  const std::filesystem::path& path() const { return path_; }
+
+ private:
+  std::filesystem::path path_;
+};
+
+// Everything is up when the constructor returns; throws std::runtime_error where something did not come up. All of it
+// ends with this object.
+class VirtualDesktop {
+ public:
+  explicit VirtualDesktop(WindowManager manager, const std::string& screen = "800x600x24");
+
+  const std::string& display() const { return display_; }
+  const Environment& environment() const { return environment_; }
+  const std::filesystem::path& home() const { return home_.path(); }
+  // For questions of the test's own thread.
+  const XConnection& connection() const { return *connection_; }
+
+  // 0 if there is none.
+  xcb_window_t activeWindow() const;
+  // As a taskbar does: returns when the window is active.
+  void activate(xcb_window_t window) const;
+  // Another window manager takes over from the one that runs; returns when it has.
+  void replaceWindowManager(WindowManager manager);
+  // The X server goes away without a word.
+  void killServer();
+  // Runs a program of this desktop to its end; returns whether it succeeded.
+  bool run(const std::vector<std::string>& command) const;
+
+ private:
+  void startServer(const std::string& screen);
+  void startBus();
+  void startWindowManager(WindowManager manager);
+  // The window by which a window manager shows that it manages this display, 0 if none does.
+  xcb_window_t managersWindow() const;
+
+  TemporaryFolder home_;
+  Environment environment_;
+  std::string display_;
+  std::unique_ptr<ChildProcess> server_;
+  std::unique_ptr<ChildProcess> bus_;
+  std::unique_ptr<XConnection> connection_;
+  std::unique_ptr<ChildProcess> windowManager_;
+};
+
+}  // namespace stage
