@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <random>
+#include <set>
+
+#include "platform/linux/KeyBalance.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+constexpr DeviceId keyboard = 7;
+constexpr KeyCode letter = 38;
+constexpr KeyCode shift = 50;
+
+using Emissions = std::vector<KeyBalance::Emission>;
+
+class KeyBalanceTest : public testing::Test {
+ protected:
+  void typeNatively(KeyCode key, bool isPress) {
+    balance.fingerMoved(keyboard, key, isPress);
+    EXPECT_EQ(balance.delivered(key, isPress), Emissions{});
+  }
+  Emissions settle() {
+    return balance.settle([this](KeyCode key) { return pending.count(key) > 0; },
+                          [](KeyCode key) { return key == shift; });
+  }
+
+  KeyBalance balance;
+  std::set<KeyCode> pending;
+};
+
+TEST_F(KeyBalanceTest, ADroppedReleaseOfADeliveredPressIsStillGivenToTheServer) {
+  typeNatively(letter, true);
+  balance.fingerMoved(keyboard, letter, false);
+  pending.insert(letter);
+  EXPECT_EQ(settle(), Emissions{}) << "a held release may still be posted in its turn";
+  pending.clear();
+  EXPECT_EQ(settle(), (Emissions{{letter, false}}));
+  EXPECT_EQ(settle(), Emissions{});
+}
+
+TEST_F(KeyBalanceTest, AKeyPostedDownWhoseFingerIsUpIsFollowedByItsRelease) {
+  EXPECT_EQ(balance.emit(letter, true), (Emissions{{letter, true}}));
+  EXPECT_EQ(settle(), (Emissions{{letter, false}}));
+  EXPECT_TRUE(balance.emittedDown().none());
+}
+
+TEST_F(KeyBalanceTest, ADroppedModifierThatIsStillHeldIsPressedAgainAndALetterIsNot) {
+  balance.fingerMoved(keyboard, shift, true);
+  balance.fingerMoved(keyboard, letter, true);
+  EXPECT_EQ(settle(), (Emissions{{shift, true}}));
+}
+
+TEST_F(KeyBalanceTest, ASecondPressReleasesTheKeyFirstAndASecondReleaseIsNothing) {
+  typeNatively(letter, true);
+  EXPECT_EQ(balance.emit(letter, true), (Emissions{{letter, false}, {letter, true}}));
+  EXPECT_EQ(balance.emit(letter, false), (Emissions{{letter, false}}));
+  EXPECT_EQ(balance.emit(letter, false), Emissions{});
+}
+
+TEST_F(KeyBalanceTest, AReleaseThatTheServerDeliversAlsoReleasesWhatWePressed) {
+  balance.fingerMoved(keyboard, letter, true);
+  EXPECT_EQ(balance.emit(letter, true), (Emissions{{letter, true}}));
+  balance.fingerMoved(keyboard, letter, false);
+  EXPECT_EQ(balance.delivered(letter, false), (Emissions{{letter, false}}));
+  EXPECT_TRUE(balance.serverDown().none());
+  EXPECT_TRUE(balance.emittedDown().none());
+}
+
+TEST_F(KeyBalanceTest, AKeyboardThatIsPulledOutTakesItsFingersAlong) {
+  typeNatively(letter, true);
+  balance.forget(keyboard);
+  EXPECT_EQ(settle(), (Emissions{{letter, false}}));
+}
+
+TEST_F(KeyBalanceTest, AfterAnyHistoryTheServerHasDownWhatTheFingersHold) {
+  std::mt19937 random(20261122);
+  for (int round = 0; round < 200; ++round) {
+    KeySet down;
+    for (int step = 0; step < 100; ++step) {
+      const auto key = static_cast<KeyCode>(random() % 4 == 0 ? shift : letter + random() % 3);
+      const bool isPress = !down[key];
+      down.set(key, isPress);
+      balance.fingerMoved(keyboard, key, isPress);
+      switch (random() % 3) {
+        case 0:
+          balance.delivered(key, isPress);
+          break;
+        case 1:
+          balance.emit(key, isPress);
+          break;
+        default:
+          break;  // dropped
+      }
+      settle();
+      EXPECT_TRUE((balance.serverDown() & ~down).none()) << "a key is down that no finger holds";
+      EXPECT_EQ(balance.serverDown()[shift], down[shift]);
+      EXPECT_TRUE((balance.emittedDown() & ~balance.serverDown()).none());
+    }
+    for (std::size_t key = 0; key < down.size(); ++key) {
+      if (down[key]) balance.fingerMoved(keyboard, static_cast<KeyCode>(key), false);
+    }
+    settle();
+    EXPECT_TRUE(balance.serverDown().none());
+  }
+}
+
+}  // namespace
+}  // namespace platform::linux_desktop
