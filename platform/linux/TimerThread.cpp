@@ -91,7 +91,8 @@ ScheduledTask TimerThread::schedule(std::chrono::nanoseconds delay, Work work, M
   {
     const std::lock_guard lock(mutex_);
     key = {time, ++lastNumber_};
-    isFirst = waiting_.emplace(key, Entry{timed, destination}).first == waiting_.begin();
+    waiting_.emplace(key, Entry{timed, destination});
+    isFirst = waiting_.begin()->first == key;
   }
   if (isFirst) changed_.notify_one();
   return ScheduledTask(std::make_unique<Handle>(*this, key, std::move(timed)));
