@@ -1,0 +1,19 @@
+// Files that are private to the user.
+#pragma once
+
+#include "platform/NSFileManager.h"
+
+namespace platform::linux_desktop {
+
+class LinuxFileManager : public NSFileManager {
+ public:
+  std::vector<std::filesystem::path> applicationSupportDirectories() override;
+  std::optional<NSError> createDirectory(const std::filesystem::path& folder) override;
+  std::optional<NSError> writeAtomically(const std::filesystem::path& file, const std::string& bytes) override;
+  std::optional<NSError> moveItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  // Only regular files have contents: a pipe would keep its reader waiting.
+  std::optional<std::string> contents(const std::filesystem::path& file) override;
+  bool fileExists(const std::filesystem::path& file) override;
+};
+
+}  // namespace platform::linux_desktop
