@@ -1,0 +1,96 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "TestFolder.h"
+#include "platform/linux/LinuxFileManager.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+std::size_t entriesOf(const std::filesystem::path& folder) {
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+class LinuxFileManagerTest : public testing::Test {
+ protected:
+  TestFolder folder;
+  LinuxFileManager files;
+};
+
+TEST_F(LinuxFileManagerTest, ApplicationDataIsWhereXdgSaysElseInTheHomeFolder) {
+  {
+    const TestEnvironment environment({{"XDG_DATA_HOME", "/data"}, {"HOME", "/home/someone"}});
+    EXPECT_THAT(files.applicationSupportDirectories(), ElementsAre("/data"));
+  }
+  for (const char* invalid : {static_cast<const char*>(nullptr), "", "relative/path"}) {
+    const TestEnvironment environment({{"XDG_DATA_HOME", invalid}, {"HOME", "/home/someone"}});
+    EXPECT_THAT(files.applicationSupportDirectories(), ElementsAre("/home/someone/.local/share"));
+  }
+  const TestEnvironment environment({{"XDG_DATA_HOME", nullptr}, {"HOME", nullptr}});
+  ASSERT_EQ(files.applicationSupportDirectories().size(), 1u) << "the password entry names the home folder";
+  EXPECT_TRUE(files.applicationSupportDirectories().front().is_absolute());
+}
+
+TEST_F(LinuxFileManagerTest, WhatItMakesIsPrivateWhateverTheUmask) {
+  const mode_t before = umask(0);
+  EXPECT_EQ(files.createDirectory(folder / "a/b"), std::nullopt);
+  EXPECT_EQ(files.writeAtomically(folder / "a/b/log", "new"), std::nullopt);
+  umask(before);
+  EXPECT_EQ(modeOf(folder / "a"), 0700u);
+  EXPECT_EQ(modeOf(folder / "a/b"), 0700u);
+  EXPECT_EQ(modeOf(folder / "a/b/log"), 0600u);
+  EXPECT_EQ(files.createDirectory(folder / "a/b"), std::nullopt) << "existing folders are fine";
+  EXPECT_THAT(files.createDirectory(folder / "a/b/log/c")->localizedDescription, HasSubstr("Not a directory"));
+  EXPECT_THAT(files.createDirectory(folder / "a/b/log")->localizedDescription, HasSubstr("Not a directory"));
+}
+
+TEST_F(LinuxFileManagerTest, AFullDiskLeavesTheOldFileAndNothingElse) {
+  const auto file = folder / "log";
+  ASSERT_EQ(files.writeAtomically(file, "old"), std::nullopt);
+  std::optional<NSError> error;
+  {
+    const FullDisk full(1000);
+    error = files.writeAtomically(file, std::string(5000, 'x'));
+  }
+  ASSERT_TRUE(error);
+  EXPECT_THAT(error->localizedDescription, HasSubstr("File too large"));
+  EXPECT_EQ(contentsOf(file), "old");
+  EXPECT_EQ(entriesOf(folder.path()), 1u);
+  EXPECT_TRUE(files.writeAtomically(folder / "missing/log", "x"));
+  // The rename fails here, after all bytes were written.
+  ASSERT_EQ(files.createDirectory(folder / "occupied"), std::nullopt);
+  EXPECT_TRUE(files.writeAtomically(folder / "occupied", "x"));
+  EXPECT_EQ(entriesOf(folder.path()), 2u);
+}
+
+TEST_F(LinuxFileManagerTest, ContentsAreTheBytesOfARegularFile) {
+  const std::string bytes("\0\xff\r\n", 4);
+  ASSERT_EQ(files.writeAtomically(folder / "file", bytes), std::nullopt);
+  EXPECT_EQ(files.contents(folder / "file"), bytes);
+  fill(folder / "empty", "");
+  EXPECT_EQ(files.contents(folder / "empty"), "");
+  EXPECT_EQ(files.contents(folder / "missing"), std::nullopt);
+  EXPECT_EQ(files.contents(folder.path()), std::nullopt);
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(files.contents(folder / "pipe"), std::nullopt);
+  EXPECT_FALSE(files.contents("/proc/self/status")->empty()) << "files that do not know their size";
+}
+
+TEST_F(LinuxFileManagerTest, MovingNeverReplacesAFile) {
+  fill(folder / "a", "1");
+  fill(folder / "b", "2");
+  EXPECT_THAT(files.moveItem(folder / "a", folder / "b")->localizedDescription, HasSubstr("File exists"));
+  EXPECT_EQ(contentsOf(folder / "b"), "2");
+  EXPECT_EQ(files.moveItem(folder / "a", folder / "c"), std::nullopt);
+  EXPECT_EQ(contentsOf(folder / "c"), "1");
+  EXPECT_FALSE(files.fileExists(folder / "a"));
+  EXPECT_TRUE(files.moveItem(folder / "a", folder / "d"));
+}
+
+}  // namespace
+}  // namespace platform::linux_desktop
