@@ -81,7 +81,7 @@ void VirtualDesktop::startWindowManager(WindowManager manager) {
   auto started = std::make_unique<ChildProcess>(commandOf(manager), ChildProcess::Options{environment_});
   const bool manages = eventually([&] {
     const auto now = managersWindow();
-    return now != 0 && now != before && connection_->value(connection_->root(), "_NET_SUPPORTED") != 0;
+    return now != 0 && now != before && windowManagerAnswers();
   });
   if (!manages) throw std::runtime_error(nameOf(manager) + " does not take over");
   windowManager_ = std::move(started);
@@ -101,6 +101,18 @@ xcb_window_t VirtualDesktop::managersWindow() const {
   return window != 0 && connection_->value(window, "_NET_SUPPORTING_WM_CHECK") == window ? window : 0;
 }
 
+// Its window is there before it listens: openbox even forgets, until the next event, what came in between.
+bool VirtualDesktop::windowManagerAnswers() const {
+  const auto probe = xcb_generate_id(*connection_);
+  xcb_create_window(*connection_, XCB_COPY_FROM_PARENT, probe, connection_->root(), 0, 0, 1, 1, 0,
+                    XCB_WINDOW_CLASS_COPY_FROM_PARENT, XCB_COPY_FROM_PARENT, 0, nullptr);
+  constexpr std::chrono::milliseconds promptly(50);
+  send("_NET_REQUEST_FRAME_EXTENTS", probe, 0);
+  const bool answers = eventually([&] { return connection_->has(probe, "_NET_FRAME_EXTENTS"); }, promptly);
+  xcb_destroy_window(*connection_, probe);
+  return answers;
+}
+
 xcb_window_t VirtualDesktop::activeWindow() const {
   return connection_->value(connection_->root(), "_NET_ACTIVE_WINDOW");
 }
@@ -109,17 +121,22 @@ void VirtualDesktop::activate(xcb_window_t window) const {
   if (!eventually([&] { return connection_->value(window, "WM_STATE") != 0; })) {
     throw std::runtime_error("a window is not managed");
   }
-  xcb_client_message_event_t message{};
-  message.response_type = XCB_CLIENT_MESSAGE;
-  message.format = 32;
-  message.window = window;
-  message.type = connection_->atom("_NET_ACTIVE_WINDOW");
-  message.data.data32[0] = 2;
+  constexpr std::uint32_t asPager = 2;
+  send("_NET_ACTIVE_WINDOW", window, asPager);
+  if (!eventually([&] { return activeWindow() == window; })) throw std::runtime_error("a window stays inactive");
+}
+
+void VirtualDesktop::send(const char* message, xcb_window_t window, std::uint32_t value) const {
+  xcb_client_message_event_t event{};
+  event.response_type = XCB_CLIENT_MESSAGE;
+  event.format = 32;
+  event.window = window;
+  event.type = connection_->atom(message);
+  event.data.data32[0] = value;
   xcb_send_event(*connection_, 0, connection_->root(),
                  XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
-                 reinterpret_cast<const char*>(&message));
+                 reinterpret_cast<const char*>(&event));
   xcb_flush(*connection_);
-  if (!eventually([&] { return activeWindow() == window; })) throw std::runtime_error("a window stays inactive");
 }
 
 bool VirtualDesktop::run(const std::vector<std::string>& command) const {

@@ -56,6 +56,9 @@ class VirtualDesktop {
   void startWindowManager(WindowManager manager);
   // The window by which a window manager shows that it manages this display, 0 if none does.
   xcb_window_t managersWindow() const;
+  bool windowManagerAnswers() const;
+  // A client message about a window to the window manager.
+  void send(const char* message, xcb_window_t window, std::uint32_t value) const;
 
   TemporaryFolder home_;
   Environment environment_;

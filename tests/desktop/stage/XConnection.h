@@ -46,6 +46,11 @@ class XConnection {
                               xcb_intern_atom(*this, 0, static_cast<std::uint16_t>(name.size()), name.data()));
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
   }
+  bool has(xcb_window_t window, std::string_view name) const {
+    const auto reply = answer(*this, xcb_get_property_reply,
+                              xcb_get_property(*this, 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 0));
+    return reply && reply->type != XCB_NONE;
+  }
   // The first 32-bit value of a property, 0 if there is none.
   std::uint32_t value(xcb_window_t window, std::string_view name) const {
     const auto reply = answer(*this, xcb_get_property_reply,
