@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "tests/desktop/stage/Actors.h"
 #include "tests/desktop/stage/Guard.h"
 #include "tests/desktop/stage/Keyboard.h"
@@ -13,33 +17,47 @@
 namespace stage {
 
 struct Scene {
-  explicit Scene(WindowManager manager) : desktop(manager) {
-    desktop.activate(editor.window());
-    guard.emplace(desktop);
-  }
+  // Without a guard as yet.
+  explicit Scene(WindowManager manager, const std::vector<std::string>& thiefsOptions = {});
 
-  // True once the editor was given as many keys as were pressed. On to the test to see which.
-  bool editorGotAll() {
-    return eventually([this] { return editor.pressCount() >= typist.pressed().size(); });
-  }
-  Difference lostAndDoubled() { return difference(typist.pressed(), editor.presses()); }
+  void beginGuarding() { guard.emplace(desktop); }
+
+  // A word typed at a steady pace, with a theft after its third key. Fails the test unless all of it arrives.
+  void expectWordSurvives(Theft theft, const std::string& when);
+  // Waits until the editor was given as many presses as there were.
+  bool editorGotAll();
+  // What became of everything typed since the last startAfresh(), at the editor.
+  Difference lostAndDoubled() const;
+  void startAfresh();
+
+  // Has the guard close its gate, as it does when focus may move, without a theft.
+  void closeGate();
+  void waitUntilGateOpens();
+  // Waits until what the server shows as held down is what the fingers hold down.
+  void expectKeysMatchFingers(const std::string& when);
+  // Waits until no keyboard holds anything down, shown or not.
+  void expectAllKeysUp(const std::string& when);
 
   VirtualDesktop desktop;
   Keyboard keyboard{desktop.connection()};
   Typist typist{desktop.display()};
-  Actor thief{desktop, "thief"};
+  Actor thief;
   Actor editor{desktop, "editor"};
   std::optional<Guard> guard;
 };
 
-inline std::string nameOfParameter(const testing::TestParamInfo<WindowManager>& info) {
-  return nameOf(info.param);
-}
+// What the program under test has logged as blocked, waited for until there are at least so many: "thief > protected"
+// for each, by name. Fails the test if the file is not a log.
+std::vector<std::string> blockedEvents(const VirtualDesktop& desktop, std::size_t atLeast);
 
-// One test suite, run under each window manager.
+// A suite of which each test runs under each window manager.
 class UnderWindowManager : public testing::TestWithParam<WindowManager> {
  protected:
+  void SetUp() override { scene.beginGuarding(); }
   Scene scene{GetParam()};
 };
+#define INSTANTIATE_UNDER_WINDOW_MANAGERS(suite)                                                                   \
+  INSTANTIATE_TEST_SUITE_P(On, suite, testing::Values(stage::WindowManager::openbox, stage::WindowManager::xfwm4), \
+                           [](const auto& parameter) { return stage::nameOf(parameter.param); })
 
 }  // namespace stage

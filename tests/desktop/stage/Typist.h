@@ -23,6 +23,7 @@ class Typist {
   const KeySet& fingers() const { return fingers_; }
   // Key codes in the order in which they were pressed.
   const std::vector<KeyCode>& pressed() const { return pressed_; }
+  void forgetPressed() { pressed_.clear(); }
 
  private:
   void send(KeyCode key, bool isPress);
