@@ -17,7 +17,7 @@ constexpr std::int64_t wallClockAtStart = 1'772'442'000'000'000'000;  // 2026-03
 // How long, on virtual time, anybody waits for what never comes.
 constexpr std::chrono::nanoseconds patience = 60s;
 // How much may happen at one moment.
-constexpr int stepsPerMoment = 1'000'000;
+constexpr int stepsPerMoment = 100'000;
 
 std::chrono::nanoseconds toNanoseconds(double seconds) {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds));

@@ -43,7 +43,7 @@ class InputStream final : public EventServices {
   // Main thread. Takes the event under way one step further, or the next one under way; false if it waits for a tap's
   // thread, or there is none.
   bool move();
-  // Main thread. Passes over a tap whose thread does not come for the event.
+  // Main thread. Passes over a tap for whose event no thread comes, because nobody runs its run loop.
   bool passOverStuckTap();
 
   std::shared_ptr<Source> sourceOf(const CFMachPortRef& port);

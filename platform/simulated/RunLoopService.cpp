@@ -37,11 +37,6 @@ bool RunLoopService::isInMainLoop(const CFRunLoopSource& source) const {
   return contains(main_->sources, source);
 }
 
-bool RunLoopService::isInAnyLoop(const CFRunLoopSource& source) const {
-  const std::lock_guard lock(mutex_);
-  return std::ranges::any_of(loops_, [&](const auto& entry) { return contains(entry.second->sources, source); });
-}
-
 std::size_t RunLoopService::liveSources() const {
   const std::lock_guard lock(mutex_);
   std::size_t count = 0;

@@ -38,7 +38,6 @@ class RunLoopService final : public RunLoops {
   // Main thread. Lets every signalled source of the main run loop act once; false if there was none.
   bool performMainSources();
   bool isInMainLoop(const CFRunLoopSource& source) const;
-  bool isInAnyLoop(const CFRunLoopSource& source) const;
   std::size_t liveSources() const;
 
   // RunLoops

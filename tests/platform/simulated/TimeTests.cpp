@@ -1,0 +1,236 @@
+// Virtual time and what runs when: faults here would hide faults of every timer of the engine.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/simulated/SimulatedDesktop.h"
+
+namespace platform::simulated {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct Time : testing::Test {
+  Work note(const std::string& what) {
+    return [this, what] { trace += what; };
+  }
+
+  std::string trace;
+  SimulatedDesktop desktop;
+};
+
+TEST_F(Time, a_timer_fires_at_its_edge_and_once) {
+  const auto onMain = runOnMainThreadAfter(200ms, note("m"));
+  const auto inBackground = runInBackgroundAfter(200ms, note("b"));
+  desktop.advance(199ms);
+  desktop.advance(999'999ns);
+  EXPECT_EQ(trace, "");
+  desktop.advance(1ns);
+  EXPECT_EQ(trace, "mb");
+  desktop.advance(10s);
+  EXPECT_EQ(trace, "mb");
+}
+
+TEST_F(Time, both_clocks_show_the_moment_at_which_work_is_due_and_not_the_end_of_the_advance) {
+  const auto uptime = DispatchTime::now().uptimeNanoseconds;
+  const auto date = dateNow();
+  std::vector<std::uint64_t> seen;
+  const auto see = [&] { seen.push_back(DispatchTime::now().uptimeNanoseconds - uptime); };
+  const auto first = runOnMainThreadAfter(30ms, [&] {
+    see();
+    EXPECT_EQ(dateNow() - date, 30ms);
+  });
+  const auto second = runInBackgroundAfter(50ms, see);
+  desktop.advance(1s);
+  EXPECT_EQ(seen, (std::vector<std::uint64_t>{30'000'000, 50'000'000}));
+  EXPECT_EQ(dateNow() - date, 1s);
+}
+
+TEST_F(Time, the_wall_clock_jumps_alone_and_moves_no_timer) {
+  const auto uptime = DispatchTime::now().uptimeNanoseconds;
+  const auto date = dateNow();
+  const auto timer = runOnMainThreadAfter(1h, note("t"));
+  desktop.jumpWallClock(2h);
+  desktop.settle();
+  EXPECT_EQ(trace, "");
+  EXPECT_EQ(dateNow() - date, 2h);
+  EXPECT_EQ(DispatchTime::now().uptimeNanoseconds, uptime);
+  desktop.setWallClock(date - 24h);
+  desktop.advance(1h);
+  EXPECT_EQ(trace, "t");
+  EXPECT_EQ(dateNow(), date - 23h);
+}
+
+TEST_F(Time, work_due_at_one_moment_runs_in_the_order_of_its_handing_over_on_whatever_thread) {
+  const auto late = runOnMainThreadAfter(2ms, note("5"));
+  const auto first = runInBackgroundAfter(1ms, note("1"));
+  const auto second = runOnMainThreadAfter(1ms, [&] {
+    trace += "2";
+    runOnMainThread(note("4"));
+  });
+  const auto third = runInBackgroundAfter(1ms, note("3"));
+  desktop.advance(2ms);
+  EXPECT_EQ(trace, "12345");
+}
+
+TEST_F(Time, main_thread_work_never_runs_inside_the_call_that_hands_it_over) {
+  runOnMainThread([&] {
+    runOnMainThread(note("b"));
+    const auto dropped = runOnMainThreadAfter(0ms, note("never"));
+    trace += "a";
+  });
+  EXPECT_EQ(trace, "");
+  desktop.settle();
+  EXPECT_EQ(trace, "ab");
+}
+
+TEST_F(Time, only_the_creating_thread_is_the_main_thread) {
+  EXPECT_TRUE(isMainThread());
+  bool inBackground = true;
+  runInBackground(QualityOfService::standard, [&] { inBackground = isMainThread(); });
+  desktop.settle();
+  EXPECT_FALSE(inBackground);
+}
+
+TEST_F(Time, a_sleeping_main_thread_lets_other_threads_work_but_none_of_its_own) {
+  auto background = runInBackgroundAfter(40ms, note("b"));
+  auto onMain = runOnMainThreadAfter(20ms, note("m"));
+  runOnMainThread([&] {
+    const auto before = DispatchTime::now().uptimeNanoseconds;
+    sleepForTimeInterval(0.1);
+    EXPECT_EQ(DispatchTime::now().uptimeNanoseconds - before, 100'000'000U);
+    trace += "s";
+  });
+  desktop.settle();
+  EXPECT_EQ(trace, "bsm");
+}
+
+TEST_F(Time, a_sleeping_background_task_holds_up_nobody_else) {
+  runInBackground(QualityOfService::standard, [&] {
+    sleepForTimeInterval(0.05);
+    trace += "a";
+  });
+  runInBackground(QualityOfService::standard, note("b"));
+  desktop.settle();
+  EXPECT_EQ(trace, "b");
+  desktop.advance(49ms);
+  EXPECT_EQ(trace, "b");
+  desktop.advance(1ms);
+  EXPECT_EQ(trace, "ba");
+}
+
+TEST_F(Time, a_cancelled_or_forgotten_timer_does_not_act_and_frees_what_it_holds) {
+  auto held = std::make_shared<int>();
+  auto cancelled = runInBackgroundAfter(1ms, [held] { FAIL(); });
+  auto replaced = runOnMainThreadAfter(1ms, [held] { FAIL(); });
+  {
+    const auto forgotten = runOnMainThreadAfter(1ms, [held] { FAIL(); });
+  }
+  EXPECT_TRUE(cancelled);
+  cancelled.cancel();
+  replaced = runOnMainThreadAfter(2ms, note("r"));
+  EXPECT_FALSE(cancelled);
+  EXPECT_EQ(held.use_count(), 1);
+  desktop.advance(1s);
+  EXPECT_EQ(trace, "r");
+}
+
+TEST_F(Time, a_timer_may_cancel_itself_and_another_one_due_at_the_same_moment) {
+  ScheduledTask first;
+  ScheduledTask second;
+  first = runOnMainThreadAfter(5ms, [&] {
+    trace += "1";
+    first.cancel();
+    second.cancel();
+    trace += "-";
+  });
+  second = runInBackgroundAfter(5ms, note("2"));
+  desktop.advance(5ms);
+  EXPECT_EQ(trace, "1-");
+}
+
+TEST_F(Time, cancelling_waits_for_work_that_is_acting_on_another_thread) {
+  auto timer = runInBackgroundAfter(10ms, [&] {
+    trace += "[";
+    sleepForTimeInterval(0.02);
+    trace += "]";
+  });
+  desktop.advance(15ms);
+  ASSERT_EQ(trace, "[");
+  timer.cancel();
+  EXPECT_EQ(trace, "[]");
+}
+
+TEST_F(Time, work_may_come_from_threads_that_the_desktop_has_not_made) {
+  std::thread stranger([&] {
+    for (int i = 0; i < 100; ++i) {
+      runOnMainThread(note("x"));
+      runInBackgroundAfter(1ms, [] {}).cancel();
+      EXPECT_FALSE(isMainThread());
+    }
+  });
+  desktop.advance(1ms);
+  stranger.join();
+  desktop.settle();
+  EXPECT_EQ(trace, std::string(100, 'x'));
+}
+
+TEST(TimeAtTheEnd, work_that_has_not_run_is_dropped_and_may_cancel_and_hand_over_more_while_it_goes) {
+  struct Last {
+    ScheduledTask other;
+    bool& gone;
+    ~Last() {
+      other.cancel();
+      runOnMainThread([] { FAIL(); });
+      gone = true;
+    }
+  };
+  bool gone = false;
+  ScheduledTask outlives;
+  {
+    SimulatedDesktop desktop;
+    auto last = std::make_shared<Last>(runOnMainThreadAfter(1s, [] { FAIL(); }), gone);
+    outlives = runInBackgroundAfter(1s, [last = std::move(last)] { FAIL(); });
+  }
+  EXPECT_TRUE(gone);
+  outlives.cancel();
+}
+
+TEST(TimeAtTheEnd, a_thread_asleep_is_woken_and_ended) {
+  bool ended = false;
+  {
+    SimulatedDesktop desktop;
+    runInBackground(QualityOfService::standard, [&] {
+      sleepForTimeInterval(3600);
+      ended = true;
+    });
+    desktop.settle();
+    EXPECT_FALSE(ended);
+  }
+  EXPECT_TRUE(ended);
+}
+
+TEST(TimeDeathTest, what_cannot_come_to_an_end_ends_the_process_with_a_message) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  SimulatedDesktop desktop;
+  EXPECT_DEATH(
+      {
+        const std::function<void()> forEver = [&] { runOnMainThread(forEver); };
+        forEver();
+        desktop.settle();
+      },
+      "goes on and on");
+  EXPECT_DEATH(
+      {
+        runOnMainThread([&] { desktop.advance(1s); });
+        desktop.settle();
+      },
+      "inside the program's own work");
+}
+
+}  // namespace
+}  // namespace platform::simulated
