@@ -11,7 +11,7 @@ namespace varnoletKit {
 struct UserSettings {
   // Bundle identifiers of applications that may take the focus, compared exactly. The built-in ones
   // (BlessedAppManager) count besides these.
-  std::set<std::string> whitelist;
+  std::set<std::string> whitelist = {};
   // How far back, in milliseconds, a gesture of the user counts as the cause of an activation.
   std::int64_t gestureWindowMs = 500;
   // How long, in milliseconds, keystrokes are held back for an application that does not come back.
