@@ -31,6 +31,11 @@ bool contains(const std::vector<xcb_window_t>& windows, xcb_window_t window) {
   return std::find(windows.begin(), windows.end(), window) != windows.end();
 }
 
+// Where the input focus can be without being in a window.
+bool isNoWindow(XcbConnection& connection, xcb_window_t window) {
+  return window == XCB_WINDOW_NONE || window == XCB_INPUT_FOCUS_POINTER_ROOT || window == connection.root();
+}
+
 bool isOverrideRedirect(XcbConnection& connection, xcb_window_t window) {
   const auto attributes =
       replyTo(connection, xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window));
@@ -130,10 +135,13 @@ xcb_window_t mainWindowOf(XcbConnection& connection, xcb_window_t window) {
 
 }  // namespace
 
+xcb_window_t WindowOwners::clientWindowOf(xcb_window_t window) {
+  if (isNoWindow(connection_, window)) return XCB_WINDOW_NONE;
+  return clientOf(connection_, window).value_or(XCB_WINDOW_NONE);
+}
+
 std::optional<pid_t> WindowOwners::ownerOf(xcb_window_t window) {
-  if (window == XCB_WINDOW_NONE || window == XCB_INPUT_FOCUS_POINTER_ROOT || window == connection_.root()) {
-    return std::nullopt;
-  }
+  if (isNoWindow(connection_, window)) return std::nullopt;
   const auto known = known_.find(window);
   if (known != known_.end()) return known->second;
 

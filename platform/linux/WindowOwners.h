@@ -21,6 +21,9 @@ class WindowOwners {
   // one, or its frame. A transient window belongs to the application that it is transient for. Absent for windows that
   // are nobody's: root, none, docks, desktops, notifications, tooltips, menus, override-redirect windows.
   std::optional<pid_t> ownerOf(xcb_window_t window);
+  // The application's top-level window that `window` is, is inside of, or is the frame of; none where there is no such
+  // window or it vanished. Asks the server each time.
+  xcb_window_t clientWindowOf(xcb_window_t window);
   // Forgets all answers: to be called when the list of client windows changed.
   void forgetAll() { known_.clear(); }
 

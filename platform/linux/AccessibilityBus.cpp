@@ -1,0 +1,130 @@
+#include "platform/linux/AccessibilityBus.h"
+
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QFileInfo>
+#include <algorithm>
+
+namespace platform::linux_desktop {
+namespace {
+
+constexpr int patienceMs = 5000;
+constexpr std::size_t mostKnownProcesses = 512;
+const auto connectionName = QStringLiteral("varnolet-accessibility");
+const auto noConnection = QStringLiteral("varnolet-none");
+
+// Without one, the D-Bus library would start a bus of its own.
+bool hasSessionBus() {
+  if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return true;
+  const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
+  return !runtimeFolder.isEmpty() && QFileInfo::exists(runtimeFolder + QStringLiteral("/bus"));
+}
+
+// Calls `handle` with the pending call once it is answered, unless `context` is gone by then.
+template <class Handler>
+void whenAnswered(const QDBusPendingCall& call, QObject* context, Handler handle) {
+  auto* watcher = new QDBusPendingCallWatcher(call, context);
+  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, handle = std::move(handle)] {
+    watcher->deleteLater();
+    handle(*watcher);
+  });
+}
+
+}  // namespace
+
+AccessibilityBus::AccessibilityBus() : bus_(noConnection) {
+  const QString address = qEnvironmentVariable("AT_SPI_BUS_ADDRESS");
+  if (!address.isEmpty()) {
+    connectTo(address);
+  } else {
+    askForAddress();
+  }
+}
+
+AccessibilityBus::~AccessibilityBus() {
+  listeners_.clear();
+  updateRegistration();
+  QDBusConnection::disconnectFromBus(connectionName);
+}
+
+void AccessibilityBus::add(const std::shared_ptr<Listener>& listener) {
+  listeners_.push_back(listener);
+  updateRegistration();
+}
+
+void AccessibilityBus::remove(const Listener& listener) {
+  std::erase_if(listeners_, [&](const std::weak_ptr<Listener>& known) {
+    const auto living = known.lock();
+    return !living || living.get() == &listener;
+  });
+  updateRegistration();
+}
+
+void AccessibilityBus::askForAddress() {
+  if (!hasSessionBus() || !QDBusConnection::sessionBus().isConnected()) {
+    isDisabled_ = true;
+    return;
+  }
+  const auto question = QDBusMessage::createMethodCall(QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
+                                                       QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
+  whenAnswered(QDBusConnection::sessionBus().asyncCall(question, patienceMs), this,
+               [this](const QDBusPendingReply<QString>& address) {
+                 if (address.isError()) {
+                   isDisabled_ = true;
+                 } else {
+                   connectTo(address.value());
+                 }
+               });
+}
+
+void AccessibilityBus::connectTo(const QString& address) {
+  bus_ = QDBusConnection::connectToBus(address, connectionName);
+  isDisabled_ =
+      !bus_.isConnected() || !bus_.connect(QString(), QString(), QStringLiteral("org.a11y.atspi.Event.Window"),
+                                           QStringLiteral("Activate"), this, SLOT(windowActivated(QDBusMessage)));
+  updateRegistration();
+}
+
+void AccessibilityBus::updateRegistration() {
+  if (!bus_.isConnected() || isRegistered_ == !listeners_.empty()) return;
+  isRegistered_ = !listeners_.empty();
+  auto request = QDBusMessage::createMethodCall(
+      QStringLiteral("org.a11y.atspi.Registry"), QStringLiteral("/org/a11y/atspi/registry"),
+      QStringLiteral("org.a11y.atspi.Registry"),
+      isRegistered_ ? QStringLiteral("RegisterEvent") : QStringLiteral("DeregisterEvent"));
+  request << QStringLiteral("window:activate");
+  bus_.asyncCall(request, patienceMs);
+}
+
+void AccessibilityBus::windowActivated(const QDBusMessage& announcement) {
+  const auto known = processes_.find(announcement.service());
+  if (known != processes_.end()) {
+    tellListeners(known->second);
+  } else {
+    askForProcessOf(announcement.service());
+  }
+}
+
+void AccessibilityBus::askForProcessOf(const QString& sender) {
+  auto question = QDBusMessage::createMethodCall(
+      QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+      QStringLiteral("org.freedesktop.DBus"), QStringLiteral("GetConnectionUnixProcessID"));
+  question << sender;
+  whenAnswered(bus_.asyncCall(question, patienceMs), this, [this, sender](const QDBusPendingReply<uint>& process) {
+    if (process.isError()) return;
+    if (processes_.size() >= mostKnownProcesses) processes_.clear();
+    const auto identifier = static_cast<std::int32_t>(process.value());
+    processes_[sender] = identifier;
+    tellListeners(identifier);
+  });
+}
+
+void AccessibilityBus::tellListeners(std::int32_t process) {
+  const auto listeners = listeners_;  // who is told may leave
+  for (const auto& weak : listeners) {
+    const auto listener = weak.lock();
+    if (listener && listener->processIdentifier() == process) listener->applicationActivated();
+  }
+}
+
+}  // namespace platform::linux_desktop

@@ -1,0 +1,36 @@
+#include "platform/linux/LinuxDesktop.h"
+
+#include <unistd.h>
+
+#include <QUuid>
+
+namespace platform::linux_desktop {
+
+std::unique_ptr<LinuxDesktop> LinuxDesktop::open(const std::string& applicationIdentifier) {
+  auto connection = XcbConnection::open();
+  if (!connection) return nullptr;
+  return std::unique_ptr<LinuxDesktop>(new LinuxDesktop(applicationIdentifier, std::move(connection)));
+}
+
+LinuxDesktop::LinuxDesktop(const std::string& applicationIdentifier, std::unique_ptr<XcbConnection> connection)
+    : connection_(std::move(connection)),
+      log_(applicationIdentifier, STDERR_FILENO),
+      userDefaults_(applicationIdentifier),
+      workspace_(*connection_, tasks_, applicationIdentifier),
+      accessibility_(*connection_) {}
+
+LinuxDesktop::~LinuxDesktop() = default;
+
+void LinuxDesktop::setConnectionLostHandler(std::function<void()> handler) {
+  workspace_.setConnectionLostHandler(std::move(handler));
+}
+
+void LinuxDesktop::setWindowManagerHandler(std::function<void()> handler) {
+  workspace_.setWindowManagerHandler(std::move(handler));
+}
+
+std::string LinuxDesktop::newUUID() {
+  return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
+}
+
+}  // namespace platform::linux_desktop

@@ -1,0 +1,62 @@
+// The desktop of an X11 session.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/Desktop.h"
+#include "platform/linux/LinuxAccessibility.h"
+#include "platform/linux/LinuxEventServices.h"
+#include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/LinuxLog.h"
+#include "platform/linux/LinuxRunLoops.h"
+#include "platform/linux/LinuxTasks.h"
+#include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/XcbConnection.h"
+
+namespace platform::linux_desktop {
+
+// Made on the main thread once the application object is there, and installed by whoever made it.
+class LinuxDesktop : public Desktop {
+ public:
+  // Null if the environment names no display that can be reached. `applicationIdentifier` names the log's subsystem,
+  // the standard settings and the program's own windows.
+  static std::unique_ptr<LinuxDesktop> open(const std::string& applicationIdentifier);
+  ~LinuxDesktop() override;
+
+  // Waits for background work and ends the threads. While the desktop is still installed, because the work may use it.
+  void finish() { tasks_.finish(); }
+  // Both handlers are called from the event loop: once when the X server is gone, and each time that a window manager
+  // begins or ends.
+  void setConnectionLostHandler(std::function<void()> handler);
+  void setWindowManagerHandler(std::function<void()> handler);
+
+  NSWorkspace& workspace() override { return workspace_; }
+  EventServices& events() override { return events_; }
+  RunLoops& runLoops() override { return runLoops_; }
+  AccessibilityServices& accessibility() override { return accessibility_; }
+  TaskServices& tasks() override { return tasks_; }
+  UserDefaultsServices& userDefaults() override { return userDefaults_; }
+  NSFileManager& fileManager() override { return fileManager_; }
+  NSNotificationCenter& defaultNotificationCenter() override { return defaultNotificationCenter_; }
+  LogSink& log() override { return log_; }
+  std::string newUUID() override;
+
+ private:
+  LinuxDesktop(const std::string& applicationIdentifier, std::unique_ptr<XcbConnection> connection);
+
+  std::unique_ptr<XcbConnection> connection_;
+  LinuxLog log_;
+  LinuxTasks tasks_;
+  LinuxRunLoops runLoops_;
+  LinuxEventServices events_;
+  LinuxFileManager fileManager_;
+  LinuxUserDefaults userDefaults_;
+  NSNotificationCenter defaultNotificationCenter_;
+  LinuxWorkspace workspace_;
+  LinuxAccessibility accessibility_;
+};
+
+}  // namespace platform::linux_desktop

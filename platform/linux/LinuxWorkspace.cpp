@@ -1,0 +1,271 @@
+#include "platform/linux/LinuxWorkspace.h"
+
+#include <QAbstractEventDispatcher>
+#include <QProcess>
+#include <algorithm>
+#include <cassert>
+#include <chrono>
+
+#include "platform/linux/FrontmostOnThread.h"
+#include "platform/linux/WindowManager.h"
+#include "platform/linux/WindowProperties.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+// How long windows may stay unmanaged while one window manager takes over from another.
+constexpr auto longestTakeover = std::chrono::seconds(1);
+
+void selectEvents(XcbConnection& connection, xcb_window_t window, std::uint32_t mask) {
+  xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, &mask);
+}
+
+bool exists(XcbConnection& connection, xcb_window_t window) {
+  return replyTo(connection, xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window)) != nullptr;
+}
+
+bool movesFocus(const xcb_focus_in_event_t& event) {
+  return event.mode != XCB_NOTIFY_MODE_GRAB && event.mode != XCB_NOTIFY_MODE_UNGRAB &&
+         event.detail != XCB_NOTIFY_DETAIL_POINTER;
+}
+
+}  // namespace
+
+LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, std::string applicationIdentifier)
+    : connection_(connection),
+      tasks_(tasks),
+      events_(connection),
+      owners_(connection),
+      naming_(connection, std::move(applicationIdentifier)),
+      registry_(*this),
+      readable_(connection.fileDescriptor(), QSocketNotifier::Read) {
+  selectEvents(connection_, connection_.root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
+  watchWindowManager();
+  updateApplications(true);
+  updateFrontmost();
+  QObject::connect(&readable_, &QSocketNotifier::activated, &readable_, [this] { handleEvents(); });
+  // Events that arrived along with a reply have been read already: the descriptor tells nothing of them.
+  QObject::connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &readable_,
+                   [this] { handleEvents(); });
+}
+
+LinuxWorkspace::~LinuxWorkspace() = default;
+
+std::optional<NSRunningApplication> LinuxWorkspace::frontmostApplication() {
+  if (const auto* onThread = FrontmostOnThread::current()) {
+    if (!onThread->process()) return std::nullopt;
+    return NSRunningApplication(registry_.recordOf(*onThread->process()));
+  }
+  if (tasks_.isMainThread()) {
+    const Front now = front();
+    if (!now.process) return std::nullopt;
+    return namedApplication(now);
+  }
+  const auto process = registry_.frontmost();
+  if (!process) return std::nullopt;
+  return NSRunningApplication(registry_.recordOf(*process));
+}
+
+std::vector<NSRunningApplication> LinuxWorkspace::runningApplications() {
+  assert(tasks_.isMainThread());
+  std::vector<NSRunningApplication> applications;
+  for (const auto& [process, windows] : windows_) applications.emplace_back(registry_.recordOf(process));
+  return applications;
+}
+
+bool LinuxWorkspace::openURL(const std::string& url) {
+  assert(tasks_.isMainThread());
+  // Panes of settings that this desktop does not have.
+  if (url.starts_with("x-apple.") || url.empty() || url.front() == '-') return false;
+  return QProcess::startDetached(QStringLiteral("xdg-open"), {QString::fromStdString(url)});
+}
+
+bool LinuxWorkspace::activate(pid_t process) {
+  assert(tasks_.isMainThread());
+  const xcb_window_t window = windowToActivate(process);
+  const xcb_timestamp_t time = events_.serverTime();
+  if (window == XCB_WINDOW_NONE || time == XCB_CURRENT_TIME) return false;
+  if (windowManagerActivates(connection_)) {
+    requestActivation(connection_, window, time);
+  } else {
+    focusWithoutWindowManager(connection_, window, time);
+  }
+  return !connection_.isLost();
+}
+
+void LinuxWorkspace::handleEvents() {
+  News news;
+  while (const auto event = events_.next()) note(*event, news);
+  if (connection_.isLost()) {
+    reportLostConnection();
+    return;
+  }
+  if (news.windowManager) watchWindowManager();
+  if (news.windowManager || news.clients) updateApplications(false);
+  if (news.windowManager || news.clients || news.focus) updateFrontmost();
+  if (news.windowManager && onWindowManagerChanged_) onWindowManagerChanged_();
+  xcb_flush(connection_);
+}
+
+void LinuxWorkspace::note(const xcb_generic_event_t& event, News& news) const {
+  switch (event.response_type & 0x7F) {
+    case XCB_PROPERTY_NOTIFY: {
+      const auto& change = reinterpret_cast<const xcb_property_notify_event_t&>(event);
+      if (change.window != connection_.root()) return;
+      news.clients |= change.atom == connection_.atom("_NET_CLIENT_LIST");
+      news.focus |= change.atom == connection_.atom("_NET_ACTIVE_WINDOW");
+      news.windowManager |= change.atom == connection_.atom("_NET_SUPPORTING_WM_CHECK") ||
+                            change.atom == connection_.atom("_NET_SUPPORTED");
+      return;
+    }
+    case XCB_FOCUS_IN:
+    case XCB_FOCUS_OUT:
+      news.focus |= movesFocus(reinterpret_cast<const xcb_focus_in_event_t&>(event));
+      return;
+    case XCB_DESTROY_NOTIFY:
+      news.windowManager |= reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window == windowManager_;
+      return;
+    default:
+      return;
+  }
+}
+
+void LinuxWorkspace::reportLostConnection() {
+  if (isLost_) return;
+  isLost_ = true;
+  readable_.setEnabled(false);
+  if (onConnectionLost_) onConnectionLost_();
+}
+
+void LinuxWorkspace::watchWindowManager() {
+  windowManager_ = windowManagerCheckWindow(connection_);
+  if (windowManager_ != XCB_WINDOW_NONE) selectEvents(connection_, windowManager_, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
+}
+
+// A window keeps its owner, so that only the new ones cost questions.
+void LinuxWorkspace::updateClients() {
+  owners_.forgetAll();
+  auto known = std::exchange(clients_, {});
+  for (const xcb_window_t client : clientWindows(connection_)) {
+    if (auto entry = known.extract(client)) {
+      clients_.insert(std::move(entry));
+    } else {
+      selectEvents(connection_, client, XCB_EVENT_MASK_FOCUS_CHANGE);
+      clients_.emplace(client, owners_.ownerOf(client));
+    }
+  }
+}
+
+void LinuxWorkspace::updateApplications(bool everythingSettled) {
+  updateClients();
+  WindowsByProcess current;
+  for (const auto& [client, owner] : clients_) {
+    if (owner) current[*owner].push_back(client);
+  }
+  if (connection_.isLost()) return;
+  if (!everythingSettled && keepUnmanaged(current) && windowManager_ != XCB_WINDOW_NONE) {
+    settling_ = tasks_.runOnMainThreadAfter(longestTakeover, [this] {
+      updateApplications(windowManager_ != XCB_WINDOW_NONE);
+      updateFrontmost();
+    });
+  }
+
+  const WindowsByProcess previous = std::exchange(windows_, std::move(current));
+  const WindowsByProcess now = windows_;  // who is told of one change may cause the next
+  for (const auto& [process, windows] : now) {
+    if (!previous.contains(process)) launch(process, windows);
+  }
+  for (const auto& [process, windows] : previous) {
+    if (!now.contains(process)) terminate(process);
+  }
+  std::vector<pid_t> kept;
+  for (const auto& [process, windows] : windows_) kept.push_back(process);
+  if (frontmost_) kept.push_back(*frontmost_);
+  registry_.keepOnly(kept);
+  std::erase_if(lastActiveWindow_, [&](const auto& entry) { return !registry_.find(entry.first); });
+}
+
+// An application whose windows are still there may only be waiting for the next window manager to take them over: adds
+// it to `current`. True if there was one.
+bool LinuxWorkspace::keepUnmanaged(WindowsByProcess& current) {
+  bool kept = false;
+  for (const auto& [process, windows] : windows_) {
+    if (current.contains(process)) continue;
+    if (std::none_of(windows.begin(), windows.end(),
+                     [this](xcb_window_t window) { return exists(connection_, window); })) {
+      continue;
+    }
+    current.emplace(process, windows);
+    kept = true;
+  }
+  return kept;
+}
+
+void LinuxWorkspace::launch(pid_t process, const std::vector<xcb_window_t>& windows) {
+  const auto record = registry_.recordOf(process);
+  record->setNames(naming_.namesOf(process, ownMainWindow(windows)));
+  post(NSWorkspaceDidLaunchApplicationNotification, NSRunningApplication(record));
+}
+
+void LinuxWorkspace::terminate(pid_t process) {
+  const auto record = registry_.recordOf(process);
+  registry_.terminate(process);
+  post(NSWorkspaceDidTerminateApplicationNotification, NSRunningApplication(record));
+}
+
+void LinuxWorkspace::updateFrontmost() {
+  const Front now = front();
+  if (connection_.isLost()) return;
+  if (now.process) lastActiveWindow_[*now.process] = now.window;
+  if (now.process == frontmost_) return;
+  frontmost_ = now.process;
+  registry_.setFrontmost(now.process);
+  if (now.process) post(NSWorkspaceDidActivateApplicationNotification, namedApplication(now));
+}
+
+// The input focus says it first and surest; a window manager may keep it in a window of its own, though.
+LinuxWorkspace::Front LinuxWorkspace::front() {
+  const auto focus = replyTo(connection_, xcb_get_input_focus_reply, xcb_get_input_focus(connection_));
+  xcb_window_t window = focus ? focus->focus : xcb_window_t{XCB_WINDOW_NONE};
+  auto owner = owners_.ownerOf(window);
+  if (!owner) {
+    window = numberOf(connection_, connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW).value_or(XCB_WINDOW_NONE);
+    owner = owners_.ownerOf(window);
+  }
+  if (!owner) return {};
+  return {owner, owners_.clientWindowOf(window)};
+}
+
+xcb_window_t LinuxWorkspace::windowToActivate(pid_t process) {
+  const auto known = windows_.find(process);
+  const auto last = lastActiveWindow_.find(process);
+  if (last != lastActiveWindow_.end() && exists(connection_, last->second) &&
+      owners_.ownerOf(last->second) == process) {
+    return last->second;
+  }
+  if (known == windows_.end()) return XCB_WINDOW_NONE;
+  const auto living = std::find_if(known->second.begin(), known->second.end(),
+                                   [this](xcb_window_t window) { return exists(connection_, window); });
+  return living == known->second.end() ? xcb_window_t{XCB_WINDOW_NONE} : *living;
+}
+
+// The window that tells most about its application: not one that another program shows on its behalf.
+xcb_window_t LinuxWorkspace::ownMainWindow(const std::vector<xcb_window_t>& windows) {
+  const auto main = std::find_if(windows.begin(), windows.end(), [this](xcb_window_t window) {
+    return !numberOf(connection_, window, "WM_TRANSIENT_FOR", XCB_ATOM_WINDOW);
+  });
+  return main == windows.end() ? windows.front() : *main;
+}
+
+// An application may come to the front before it is in the list of those that run.
+NSRunningApplication LinuxWorkspace::namedApplication(const Front& front) {
+  const auto record = registry_.recordOf(*front.process);
+  if (!record->bundleIdentifier()) record->setNames(naming_.namesOf(*front.process, front.window));
+  return NSRunningApplication(record);
+}
+
+void LinuxWorkspace::post(const char* name, const NSRunningApplication& application) {
+  notificationCenter_.postNotification({name, {{NSWorkspaceApplicationKey, application}}});
+}
+
+}  // namespace platform::linux_desktop

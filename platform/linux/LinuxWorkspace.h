@@ -1,0 +1,93 @@
+// The applications of an X11 desktop and which one is in front.
+#pragma once
+
+#include <QSocketNotifier>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Desktop.h"
+#include "platform/linux/ApplicationNames.h"
+#include "platform/linux/ApplicationRegistry.h"
+#include "platform/linux/WindowOwners.h"
+#include "platform/linux/XcbConnection.h"
+#include "platform/linux/XcbEvents.h"
+
+namespace platform::linux_desktop {
+
+// Main thread, but for frontmostApplication() as NSWorkspace says. Off the main thread, and outside event-tap
+// callbacks, that answers what the main thread saw last.
+class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
+ public:
+  LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, std::string applicationIdentifier);
+  ~LinuxWorkspace() override;
+
+  // Called once from the event loop when the X server is gone or has closed the connection.
+  void setConnectionLostHandler(std::function<void()> handler) { onConnectionLost_ = std::move(handler); }
+  // Called from the event loop when a window manager begins or ends.
+  void setWindowManagerHandler(std::function<void()> handler) { onWindowManagerChanged_ = std::move(handler); }
+
+  std::optional<NSRunningApplication> frontmostApplication() override;
+  std::vector<NSRunningApplication> runningApplications() override;
+  NSNotificationCenter& notificationCenter() override { return notificationCenter_; }
+  bool openURL(const std::string& url) override;
+
+ private:
+  // What a batch of events means together.
+  struct News {
+    bool clients = false;
+    bool focus = false;
+    bool windowManager = false;
+  };
+  struct Front {
+    std::optional<pid_t> process;
+    xcb_window_t window = XCB_WINDOW_NONE;  // a client window of that process
+  };
+  using WindowsByProcess = std::map<pid_t, std::vector<xcb_window_t>>;
+
+  bool activate(pid_t process) override;
+
+  void handleEvents();
+  void note(const xcb_generic_event_t& event, News& news) const;
+  void reportLostConnection();
+
+  void watchWindowManager();
+  // Who owns the windows that are managed now.
+  void updateClients();
+  // `everythingSettled` decides also about applications whose windows are there, but not managed.
+  void updateApplications(bool everythingSettled);
+  bool keepUnmanaged(WindowsByProcess& current);
+  void launch(pid_t process, const std::vector<xcb_window_t>& windows);
+  void terminate(pid_t process);
+  void updateFrontmost();
+
+  Front front();
+  xcb_window_t windowToActivate(pid_t process);
+  xcb_window_t ownMainWindow(const std::vector<xcb_window_t>& windows);
+  NSRunningApplication namedApplication(const Front& front);
+  void post(const char* name, const NSRunningApplication& application);
+
+  XcbConnection& connection_;
+  TaskServices& tasks_;
+  XcbEvents events_;
+  WindowOwners owners_;
+  ApplicationNaming naming_;
+  ApplicationRegistry registry_;
+  NSNotificationCenter notificationCenter_;
+  std::function<void()> onConnectionLost_;
+  std::function<void()> onWindowManagerChanged_;
+
+  WindowsByProcess windows_;  // of the applications that run
+  std::map<pid_t, xcb_window_t> lastActiveWindow_;
+  std::map<xcb_window_t, std::optional<pid_t>> clients_;
+  xcb_window_t windowManager_ = XCB_WINDOW_NONE;
+  std::optional<pid_t> frontmost_;
+  bool isLost_ = false;
+  ScheduledTask settling_;
+
+  QSocketNotifier readable_;
+};
+
+}  // namespace platform::linux_desktop
