@@ -9,6 +9,9 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -131,7 +134,19 @@ std::optional<Ending> ChildProcess::ending(std::chrono::milliseconds limit) {
 }
 
 bool ChildProcess::leftSomethingRunning() const {
-  return ::kill(-pid_, 0) == 0;
+  std::error_code gone;
+  for (const auto& entry : std::filesystem::directory_iterator("/proc", gone)) {
+    std::ifstream file(entry.path() / "stat");
+    std::string text;
+    if (!std::getline(file, text)) continue;
+    // After the name in parentheses, which may hold anything: state, parent, process group.
+    std::istringstream fields(text.substr(text.rfind(')') + 1));
+    char state = 0;
+    pid_t parent = 0;
+    pid_t group = 0;
+    if (fields >> state >> parent >> group && group == pid_ && state != 'Z') return true;
+  }
+  return false;
 }
 
 Environment bareEnvironment() {

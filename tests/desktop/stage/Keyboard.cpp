@@ -93,7 +93,7 @@ void Keyboard::setRepeat(std::uint16_t delayMs, std::uint16_t intervalMs) const 
 }
 
 void Keyboard::lockGroup(std::uint8_t group) const {
-  xcb_xkb_latch_lock_state(connection_, hardware_, 0, 0, 1, group, 0, 0, 0);
+  xcb_xkb_latch_lock_state(connection_, XCB_XKB_ID_USE_CORE_KBD, 0, 0, 1, group, 0, 0, 0);
   connection_.sync();
 }
 

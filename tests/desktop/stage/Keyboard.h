@@ -48,7 +48,7 @@ class Keyboard {
   void setEnabled(bool enabled) const;
   // Of the hardware keyboard.
   void setRepeat(std::uint16_t delayMs, std::uint16_t intervalMs) const;
-  // Locks a layout group on the hardware keyboard, as a layout switcher does.
+  // Switches to another group of the layout, as a layout switcher does: on the keyboard that the applications know.
   void lockGroup(std::uint8_t group) const;
 
  private:

@@ -24,7 +24,7 @@ bool isEarlier(const Step& a, const Step& b) {
 Schedule typing(std::mt19937& random, std::size_t count, TypingStyle style) {
   Schedule schedule;
   std::array<double, 256> freeFrom{};
-  double now = 0;
+  double now = 0.01;
   double stretchEnd = 0;
   double pace = 0;
   for (std::size_t typed = 0; typed < count; ++typed) {
