@@ -1,0 +1,32 @@
+#include "Guard.h"
+
+#include <string>
+
+#include "varnoletKit/ApplicationIdentifier.h"
+#include "varnoletKit/EventLogAdapter.h"
+#include "varnoletKit/WhitelistAdapter.h"
+
+using namespace varnoletKit;
+
+Guard::Guard()
+    : state_(std::make_shared<FocusGuardState>()),
+      settingsManager_(std::make_shared<SettingsManager>(std::string(applicationIdentifier))),
+      eventLogManager_(std::make_shared<EventLogManager>()) {
+  const UserSettings settings = settingsManager_->settings();
+  eventLogManager_->pruneEvents(settings.logRetentionDays);
+  engine_ = FocusGuardEngine::create(settings.gestureWindowMs, settings.bufferTimeoutMs,
+                                     std::make_shared<WhitelistAdapter>(settingsManager_),
+                                     std::make_shared<EventLogAdapter>(eventLogManager_), state_);
+}
+
+Guard::~Guard() {
+  engine_->stop();
+}
+
+bool Guard::startIfPermitted() {
+  permissionsManager_.refreshPermissions();
+  if (!permissionsManager_.allPermissionsGranted()) return false;
+  // An engine without its tap would stay without.
+  if (!engine_->start()) engine_->stop();
+  return true;
+}

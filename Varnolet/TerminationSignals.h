@@ -1,0 +1,20 @@
+// SIGINT, SIGTERM and SIGHUP as calls from the event loop.
+#pragma once
+
+#include <QSocketNotifier>
+#include <functional>
+#include <memory>
+
+// One at a time, on the main thread, once the application object is there. Afterwards the signals end the process again
+// as they do by default.
+class TerminationSignals {
+ public:
+  explicit TerminationSignals(std::function<void()> onSignal);
+  TerminationSignals(const TerminationSignals&) = delete;
+  TerminationSignals& operator=(const TerminationSignals&) = delete;
+  ~TerminationSignals();
+
+ private:
+  std::function<void()> onSignal_;
+  std::unique_ptr<QSocketNotifier> readable_;
+};

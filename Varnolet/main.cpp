@@ -1,0 +1,57 @@
+// Starts the guard on the desktop of the present X11 session and keeps it until it is told to end.
+#include <QCoreApplication>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <memory>
+
+#include "Guard.h"
+#include "TerminationSignals.h"
+#include "platform/Desktop.h"
+#include "platform/linux/LinuxDesktop.h"
+#include "varnoletKit/ApplicationIdentifier.h"
+
+namespace {
+
+enum ExitCode { ended = 0, displayLost = 1, noDisplay = 2 };
+
+// After the window manager had the time to show what it can do.
+constexpr auto launchDelay = std::chrono::milliseconds(100);
+
+void startOrExplain(Guard& guard) {
+  if (guard.startIfPermitted()) return;
+  std::fputs(
+      "varnolet: not guarding yet. This needs an X11 session with a window manager that can be asked to activate a "
+      "window (_NET_ACTIVE_WINDOW), XInput 2.2 and XTEST.\n",
+      stderr);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::signal(SIGPIPE, SIG_IGN);
+  const QCoreApplication application(argc, argv);
+  const auto desktop = platform::linux_desktop::LinuxDesktop::open(varnoletKit::applicationIdentifier);
+  if (!desktop) {
+    std::fputs("varnolet: no X display can be reached; is DISPLAY set?\n", stderr);
+    return noDisplay;
+  }
+  const platform::InstalledDesktop installed(*desktop);
+
+  const TerminationSignals terminationSignals([] { QCoreApplication::exit(ended); });
+  desktop->setConnectionLostHandler([] {
+    std::fputs("varnolet: the X server is gone\n", stderr);
+    QCoreApplication::exit(displayLost);
+  });
+
+  int exitCode = ended;
+  {
+    Guard guard;
+    const auto launch = platform::runOnMainThreadAfter(launchDelay, [&guard] { startOrExplain(guard); });
+    desktop->setWindowManagerHandler([&guard] { startOrExplain(guard); });
+    exitCode = QCoreApplication::exec();
+    desktop->setWindowManagerHandler(nullptr);
+  }
+  desktop->finish();
+  return exitCode;
+}
