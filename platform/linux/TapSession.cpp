@@ -80,6 +80,7 @@ TapSession::~TapSession() {
 }
 
 void TapSession::begin() {
+  watchdog_->watch(*connection_);
   xinputOpcode_ = devices_.xinputOpcode();
   devices_.watchHierarchy();
   keymaps_.begin();
