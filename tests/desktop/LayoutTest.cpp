@@ -32,6 +32,7 @@ class Layouts : public UnderWindowManager {
 
   // What a key writes, from what the editor makes of it.
   std::uint32_t symbolOf(KeyCode key) {
+    EXPECT_TRUE(scene.editorGotAll());
     scene.startAfresh();
     scene.typist.tap(key);
     EXPECT_TRUE(scene.editorGotAll());

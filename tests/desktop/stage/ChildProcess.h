@@ -56,8 +56,8 @@ class ChildProcess {
   // True if a process of its group is left, itself or one that it started.
   bool leftSomethingRunning() const;
 
-  Lines& output() { return *output_; }
-  Lines& errors() { return *errors_; }
+  Lines& output() const { return *output_; }
+  Lines& errors() const { return *errors_; }
 
  private:
   pid_t pid_ = -1;

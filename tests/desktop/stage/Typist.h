@@ -19,6 +19,8 @@ class Typist {
   void release(KeyCode key);
   void tap(KeyCode key);
   void releaseAll();
+  // A character as on a US keyboard, with Shift where it takes one. Throws std::invalid_argument for one that it lacks.
+  void write(char character);
 
   const KeySet& fingers() const { return fingers_; }
   // Key codes in the order in which they were pressed.
