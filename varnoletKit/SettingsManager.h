@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/UserDefaults.h"
 #include "varnoletKit/ObservationRegistrar.h"

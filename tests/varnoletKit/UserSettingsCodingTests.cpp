@@ -54,6 +54,11 @@ TEST(UserSettingsCoding, ReadsAnyOrderAndSpacingAndIgnoresWhatItDoesNotKnow) {
                           .launchAtLogin = true}));
 }
 
+TEST(UserSettingsCoding, TakesTheLastOfMembersOfOneName) {
+  const auto settings = decoded(with("{", R"({"whitelist":["earlier"],"gestureWindowMs":1,)"));
+  EXPECT_EQ(settings, (UserSettings{.whitelist = {"com.apple.FaceTime"}}));
+}
+
 TEST(UserSettingsCoding, RefusesADocumentThatLacksAMember) {
   for (const char* member :
        {R"("whitelist")", R"("gestureWindowMs")", R"("bufferTimeoutMs")", R"("notificationsEnabled")",
@@ -89,6 +94,14 @@ TEST(UserSettingsCoding, RefusesWhatIsNoSuchDocument) {
 }
 
 TEST(UserSettingsCoding, SurvivesHostileDocuments) {
+  const auto nested = [](std::size_t levels) {
+    const std::string value = std::string(levels, '[') + std::string(levels, ']');
+    return decoded(with("{", R"({"unknown":)" + value + ","));
+  };
+  EXPECT_TRUE(nested(511));
+  EXPECT_FALSE(nested(512));
+  EXPECT_FALSE(nested(1'000'000));
+
   const std::string unknownMember = R"({"unknown":)";
   for (const char* opening : {"[", "{\"a\":"}) {
     std::string deep = unknownMember;
