@@ -107,7 +107,7 @@ bool InputStream::passOverStuckTap() {
 
 std::shared_ptr<Source> InputStream::sourceOf(const CFMachPortRef& port) {
   const auto tap = std::static_pointer_cast<Tap>(port);
-  if (const auto source = tap->source.lock()) return source;
+  if (auto source = tap->source.lock()) return source;
   const std::weak_ptr<Tap> weakTap = tap;
   const auto source =
       std::make_shared<Source>([this, weakTap] { return isOfferedTo(weakTap); }, [this, weakTap] { callTap(weakTap); });
@@ -143,7 +143,7 @@ void InputStream::takeNext() {
   const std::lock_guard lock(mutex_);
   if (waiting_.empty()) return;
   Waiting next = std::move(waiting_.extract(waiting_.begin()).mapped());
-  underWay_.emplace();
+  underWay_ = std::make_unique<UnderWay>();
   underWay_->event = std::move(next.event);
   if (next.noticeFor) {
     underWay_->isNotice = true;

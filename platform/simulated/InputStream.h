@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include "platform/Desktop.h"
@@ -60,7 +61,10 @@ class InputStream final : public EventServices {
   struct Place {
     std::uint64_t origin = 0;
     std::uint64_t sequence = 0;
-    friend auto operator<=>(const Place&, const Place&) = default;
+
+    friend bool operator<(const Place& a, const Place& b) {
+      return std::tie(a.origin, a.sequence) < std::tie(b.origin, b.sequence);
+    }
   };
   struct Waiting {
     std::unique_ptr<InputEvent> event;
@@ -102,7 +106,7 @@ class InputStream final : public EventServices {
   mutable std::mutex mutex_;  // guards taps_ and waiting_; what follows belongs to whoever has the turn
   std::vector<std::weak_ptr<Tap>> taps_;
   std::map<Place, Waiting> waiting_;
-  std::optional<UnderWay> underWay_;
+  std::unique_ptr<UnderWay> underWay_;
   std::vector<InputRecord> records_;
 };
 

@@ -8,6 +8,7 @@
 #include <mutex>
 #include <optional>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "platform/Tasks.h"
@@ -48,7 +49,9 @@ struct WorkKey {
   std::uint64_t due = 0;  // uptime nanoseconds
   std::uint64_t sequence = 0;
 
-  friend auto operator<=>(const WorkKey&, const WorkKey&) = default;
+  friend bool operator<(const WorkKey& a, const WorkKey& b) {
+    return std::tie(a.due, a.sequence) < std::tie(b.due, b.sequence);
+  }
 };
 
 // The work for one thread, or for one group of threads, by due time. Any thread.

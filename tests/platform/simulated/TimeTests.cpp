@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/simulated/SimulatedDesktop.h"
@@ -180,14 +181,20 @@ TEST_F(Time, work_may_come_from_threads_that_the_desktop_has_not_made) {
 }
 
 TEST(TimeAtTheEnd, work_that_has_not_run_is_dropped_and_may_cancel_and_hand_over_more_while_it_goes) {
-  struct Last {
-    ScheduledTask other;
-    bool& gone;
+  class Last {
+   public:
+    Last(ScheduledTask other, bool& gone) : other_(std::move(other)), gone_(gone) {}
+    Last(const Last&) = delete;
+    Last& operator=(const Last&) = delete;
     ~Last() {
-      other.cancel();
+      other_.cancel();
       runOnMainThread([] { FAIL(); });
-      gone = true;
+      gone_ = true;
     }
+
+   private:
+    ScheduledTask other_;
+    bool& gone_;
   };
   bool gone = false;
   ScheduledTask outlives;
