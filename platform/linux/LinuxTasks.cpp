@@ -51,8 +51,8 @@ void LinuxTasks::sleepForTimeInterval(double seconds) {
   std::this_thread::sleep_for(std::chrono::duration<double>(std::min(seconds, longestSleepSeconds)));
 }
 
-std::unique_ptr<DispatchQueue> LinuxTasks::createQueue(const std::string& label, QualityOfService) {
-  return std::make_unique<SerialQueue>(label);
+std::unique_ptr<DispatchQueue> LinuxTasks::createQueue(const std::string& label, QualityOfService quality) {
+  return std::make_unique<SerialQueue>(label, quality);
 }
 
 }  // namespace platform::linux_desktop

@@ -127,8 +127,7 @@ bool TapSession::perform() {
   watchdog_->beat();
   if (handleInbox()) return true;
   if (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) {
-    gate_.reached(event->full_sequence);
-    handle(*event);
+    take(*event);
     return true;
   }
   openIfQuiet();
@@ -150,7 +149,8 @@ bool TapSession::handleInbox() {
   return true;
 }
 
-void TapSession::handle(const xcb_generic_event_t& event) {
+void TapSession::take(const xcb_generic_event_t& event) {
+  gate_.reached(event.full_sequence);
   const auto type = static_cast<std::uint8_t>(event.response_type & ~0x80);
   if (type == XCB_GE_GENERIC) {
     const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
@@ -289,13 +289,21 @@ void TapSession::disturb() {
   watchdog_->gateClosed();
 }
 
+bool TapSession::isQuiet() const {
+  return queue_.isEmpty() && balance_.fingers().none() && Clock::now() - lastDisturbance_ >= quietBeforeOpening;
+}
+
 void TapSession::openIfQuiet() {
   if (!gate_.isClosed() || !queue_.isEmpty() || Clock::now() - lastDisturbance_ < quietBeforeOpening) return;
   for (const DeviceId keyboard : gate_.grabbed()) {
     if (const auto down = devices_.keysDown(keyboard)) balance_.setFingers(keyboard, *down);
   }
   settle();
-  if (balance_.fingers().none() && keymaps_.isReadyToOpen()) openGate();
+  if (!isQuiet() || !keymaps_.isReadyToOpen()) return;
+  // What came in with those answers: a key that is still on its way through the gate could be overtaken by the next
+  // one.
+  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) take(*event);
+  if (isQuiet()) openGate();
 }
 
 // What the user switched while the gate was closed (Caps Lock, the layout) the applications have, but the floating

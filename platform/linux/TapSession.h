@@ -50,7 +50,7 @@ class TapSession {
   void begin();
   void refreshDevices();
   bool handleInbox();
-  void handle(const xcb_generic_event_t& event);
+  void take(const xcb_generic_event_t& event);
   void handleInput(const xcb_ge_generic_event_t& event);
   void handleKey(DeviceId keyboard, KeyCode key, bool isPress);
   void handleButton(std::uint32_t button);
@@ -63,6 +63,7 @@ class TapSession {
   std::optional<pid_t> knownFront();
 
   void disturb();
+  bool isQuiet() const;
   void openIfQuiet();
   void openGate();
   void emit(const std::vector<KeyBalance::Emission>& emissions);

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cassert>
 
+#include "platform/linux/ThreadPriority.h"
+
 namespace platform::linux_desktop {
 
 void nameThisThread(const std::string& name) {
@@ -59,7 +61,10 @@ void WorkerThreads::run() {
   }
 }
 
-SerialQueue::SerialQueue(const std::string& label) : thread_(label.substr(label.rfind('.') + 1), 1) {}
+SerialQueue::SerialQueue(const std::string& label, QualityOfService quality)
+    : thread_(label.substr(label.rfind('.') + 1), 1) {
+  if (quality == QualityOfService::userInteractive) async(raisePriorityOfThisThread);
+}
 
 void SerialQueue::sync(const Work& work) {
   assert(!thread_.isCurrent());

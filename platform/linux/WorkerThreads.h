@@ -46,8 +46,8 @@ class WorkerThreads {
 // A serial queue with a thread of its own.
 class SerialQueue : public DispatchQueue {
  public:
-  // The thread is named after the last part of the dotted label.
-  explicit SerialQueue(const std::string& label);
+  // The thread is named after the last part of the dotted label. For user-interactive work it goes before others.
+  SerialQueue(const std::string& label, QualityOfService quality);
 
   void sync(const Work& work) override;
   void async(Work work) override;
