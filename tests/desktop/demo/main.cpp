@@ -23,7 +23,7 @@ using namespace stage;
 
 constexpr std::string_view sentence = "Dear Ada, we meet on Monday at nine, and I bring the plans for the new bridge.";
 constexpr std::string_view typedBeforeTheUpdater = "Dear Ada, we meet on Mo";
-constexpr std::chrono::milliseconds pace(70);
+constexpr std::chrono::milliseconds pace(40);
 constexpr std::string_view usage =
     "usage: varnolet_demo [--program FILE] [--without] [--screenshot FILE.png]\n"
     "  --program FILE     the program to show, instead of the one built beside this one\n"
