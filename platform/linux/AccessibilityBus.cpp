@@ -11,13 +11,15 @@ namespace {
 constexpr int patienceMs = 5000;
 constexpr std::size_t mostKnownProcesses = 512;
 const auto connectionName = QStringLiteral("varnolet-accessibility");
+const auto sessionConnectionName = QStringLiteral("varnolet-accessibility-address");
 const auto noConnection = QStringLiteral("varnolet-none");
 
-// Without one, the D-Bus library would start a bus of its own.
-bool hasSessionBus() {
-  if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) return true;
-  const QString runtimeFolder = qEnvironmentVariable("XDG_RUNTIME_DIR");
-  return !runtimeFolder.isEmpty() && QFileInfo::exists(runtimeFolder + QStringLiteral("/bus"));
+// Empty if there is none: the D-Bus library would start one of its own.
+QString sessionBusAddress() {
+  const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+  if (!address.isEmpty()) return address;
+  const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
+  return QFileInfo::exists(socket) ? QStringLiteral("unix:path=") + socket : QString();
 }
 
 // Calls `handle` with the pending call once it is answered, unless `context` is gone by then.
@@ -45,6 +47,7 @@ AccessibilityBus::~AccessibilityBus() {
   listeners_.clear();
   updateRegistration();
   QDBusConnection::disconnectFromBus(connectionName);
+  QDBusConnection::disconnectFromBus(sessionConnectionName);
 }
 
 void AccessibilityBus::add(const std::shared_ptr<Listener>& listener) {
@@ -61,20 +64,24 @@ void AccessibilityBus::remove(const Listener& listener) {
 }
 
 void AccessibilityBus::askForAddress() {
-  if (!hasSessionBus() || !QDBusConnection::sessionBus().isConnected()) {
+  const QString sessionBus = sessionBusAddress();
+  // A connection for this one question.
+  auto session = sessionBus.isEmpty() ? QDBusConnection(noConnection)
+                                      : QDBusConnection::connectToBus(sessionBus, sessionConnectionName);
+  if (!session.isConnected()) {
     isDisabled_ = true;
     return;
   }
   const auto question = QDBusMessage::createMethodCall(QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
                                                        QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
-  whenAnswered(QDBusConnection::sessionBus().asyncCall(question, patienceMs), this,
-               [this](const QDBusPendingReply<QString>& address) {
-                 if (address.isError()) {
-                   isDisabled_ = true;
-                 } else {
-                   connectTo(address.value());
-                 }
-               });
+  whenAnswered(session.asyncCall(question, patienceMs), this, [this](const QDBusPendingReply<QString>& address) {
+    QDBusConnection::disconnectFromBus(sessionConnectionName);
+    if (address.isError()) {
+      isDisabled_ = true;
+    } else {
+      connectTo(address.value());
+    }
+  });
 }
 
 void AccessibilityBus::connectTo(const QString& address) {

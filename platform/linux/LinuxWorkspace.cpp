@@ -203,7 +203,7 @@ bool LinuxWorkspace::keepUnmanaged(WindowsByProcess& current) {
 
 void LinuxWorkspace::launch(pid_t process, const std::vector<xcb_window_t>& windows) {
   const auto record = registry_.recordOf(process);
-  record->setNames(naming_.namesOf(process, ownMainWindow(windows)));
+  if (!record->bundleIdentifier()) record->setNames(naming_.namesOf(process, ownMainWindow(windows)));
   post(NSWorkspaceDidLaunchApplicationNotification, NSRunningApplication(record));
 }
 
@@ -216,7 +216,11 @@ void LinuxWorkspace::terminate(pid_t process) {
 void LinuxWorkspace::updateFrontmost() {
   const Front now = front();
   if (connection_.isLost()) return;
-  if (now.process) lastActiveWindow_[*now.process] = now.window;
+  if (now.process) {
+    lastActiveWindow_[*now.process] = now.window;
+    // A window manager may give a window the focus before it lists it.
+    if (windows_.emplace(*now.process, std::vector{now.window}).second) launch(*now.process, {now.window});
+  }
   if (now.process == frontmost_) return;
   frontmost_ = now.process;
   registry_.setFrontmost(now.process);
@@ -230,7 +234,8 @@ LinuxWorkspace::Front LinuxWorkspace::front() {
   auto owner = owners_.ownerOf(window);
   if (!owner) {
     window = numberOf(connection_, connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW).value_or(XCB_WINDOW_NONE);
-    owner = owners_.ownerOf(window);
+    // The window manager may not have noticed yet that it is gone.
+    if (window != XCB_WINDOW_NONE && exists(connection_, window)) owner = owners_.ownerOf(window);
   }
   if (!owner) return {};
   return {owner, owners_.clientWindowOf(window)};

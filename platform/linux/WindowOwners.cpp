@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/linux/WindowManager.h"
 #include "platform/linux/WindowProperties.h"
 
 namespace platform::linux_desktop {
@@ -65,28 +66,6 @@ xcb_window_t clientInside(XcbConnection& connection, xcb_window_t frame, const s
   return XCB_WINDOW_NONE;
 }
 
-// The application's top-level window that `window` is, is inside of, or is the frame of; none where there is no such
-// window. Absent if windows vanished while we looked.
-std::optional<xcb_window_t> clientOf(XcbConnection& connection, xcb_window_t window) {
-  const auto clients = clientWindows(connection);
-  std::vector<xcb_window_t> path{window};
-  while (path.size() < deepestWindow) {
-    if (contains(clients, path.back())) return path.back();
-    const auto tree = replyTo(connection, xcb_query_tree_reply, xcb_query_tree(connection, path.back()));
-    if (!tree) return std::nullopt;
-    if (tree->parent == tree->root || tree->parent == XCB_WINDOW_NONE) break;
-    path.push_back(tree->parent);
-  }
-  const xcb_window_t top = path.back();
-  if (const xcb_window_t client = clientInside(connection, top, clients)) return client;
-  // Either nobody manages the window or its manager has not listed it yet, but framed and marked it perhaps.
-  if (!isOverrideRedirect(connection, top)) return top;
-  for (auto inner = path.rbegin() + 1; inner != path.rend(); ++inner) {
-    if (numberOf(connection, *inner, "WM_STATE", connection.atom("WM_STATE"))) return *inner;
-  }
-  return xcb_window_t{XCB_WINDOW_NONE};
-}
-
 std::optional<pid_t> processNamedByServer(XcbConnection& connection, xcb_window_t window) {
   const auto* extension = xcb_get_extension_data(connection, &xcb_res_id);
   if (!extension || !extension->present) return std::nullopt;
@@ -116,6 +95,35 @@ std::optional<pid_t> processNamedByClient(XcbConnection& connection, xcb_window_
 std::optional<pid_t> processOf(XcbConnection& connection, xcb_window_t window) {
   const auto process = processNamedByServer(connection, window);
   return process ? process : processNamedByClient(connection, window);
+}
+
+// The outermost of the windows around `path.front()` that is of the same process: what is further out is the frame that
+// a window manager put around it. None for the window manager's own windows and for override-redirect ones.
+xcb_window_t topLevelOf(XcbConnection& connection, const std::vector<xcb_window_t>& path) {
+  const auto process = processOf(connection, path.front());
+  const auto outermost = std::find_if(path.rbegin(), path.rend(),
+                                      [&](xcb_window_t outer) { return processOf(connection, outer) == process; });
+  if (!process || outermost == path.rend()) return XCB_WINDOW_NONE;
+  const xcb_window_t windowManager = windowManagerCheckWindow(connection);
+  if (windowManager != XCB_WINDOW_NONE && processOf(connection, windowManager) == process) return XCB_WINDOW_NONE;
+  return isOverrideRedirect(connection, *outermost) ? xcb_window_t{XCB_WINDOW_NONE} : *outermost;
+}
+
+// The application's top-level window that `window` is, is inside of, or is the frame of; none where there is no such
+// window. Absent if windows vanished while we looked.
+std::optional<xcb_window_t> clientOf(XcbConnection& connection, xcb_window_t window) {
+  const auto clients = clientWindows(connection);
+  std::vector<xcb_window_t> path{window};
+  while (path.size() < deepestWindow) {
+    if (contains(clients, path.back())) return path.back();
+    const auto tree = replyTo(connection, xcb_query_tree_reply, xcb_query_tree(connection, path.back()));
+    if (!tree) return std::nullopt;
+    if (tree->parent == tree->root || tree->parent == XCB_WINDOW_NONE) break;
+    path.push_back(tree->parent);
+  }
+  if (const xcb_window_t client = clientInside(connection, path.back(), clients)) return client;
+  // Nobody manages it, or its manager has not listed it yet.
+  return topLevelOf(connection, path);
 }
 
 // The window at the end of the chain of WM_TRANSIENT_FOR that starts at `window`. A transient of the root is one of its
