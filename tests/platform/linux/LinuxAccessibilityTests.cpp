@@ -1,0 +1,88 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusReply>
+#include <QDBusVariant>
+
+#include "DesktopScene.h"
+#include "EventLoop.h"
+#include "platform/linux/LinuxAccessibility.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+constexpr char connectionName[] = "test-application";
+
+// What an application says on the accessibility bus when a window of its becomes active.
+void announceActivation(const QDBusConnection& bus) {
+  auto announcement =
+      QDBusMessage::createSignal("/org/a11y/atspi/accessible/root", "org.a11y.atspi.Event.Window", "Activate");
+  announcement << QString() << 0 << 0 << QVariant::fromValue(QDBusVariant(QString())) << QVariantMap();
+  bus.send(announcement);
+}
+
+QDBusConnection connectToAccessibilityBus() {
+  auto session = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "test-session");
+  const QDBusReply<QString> address =
+      session.call(QDBusMessage::createMethodCall("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress"));
+  QDBusConnection::disconnectFromBus("test-session");
+  return QDBusConnection::connectToBus(address.value(), connectionName);
+}
+
+AXObserverRef observe(LinuxAccessibility& accessibility, std::int32_t pid, int& count) {
+  const auto created = accessibility.createObserver(
+      pid, [](AXObserver&, const AXUIElement&, const std::string&, void* refcon) { ++*static_cast<int*>(refcon); });
+  const auto observer = std::get<AXObserverRef>(created);
+  const auto element = std::make_shared<const AXUIElement>(pid);
+  EXPECT_EQ(observer->addNotification(element, "AXTitleChanged", &count), AXError::notificationUnsupported);
+  EXPECT_EQ(observer->addNotification(element, kAXApplicationActivatedNotification, &count), AXError::success);
+  return observer;
+}
+
+TEST(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAttached) {
+  const DesktopScene scene;
+  const auto connection = XcbConnection::open();
+  LinuxAccessibility accessibility(*connection);
+  auto bus = connectToAccessibilityBus();
+  ASSERT_TRUE(bus.isConnected());
+  int own = 0;
+  int others = 0;
+  const auto ownObserver = observe(accessibility, getpid(), own);
+  const auto othersObserver = observe(accessibility, 1, others);
+  const auto source = std::dynamic_pointer_cast<MainLoopSource>(ownObserver->runLoopSource());
+  std::dynamic_pointer_cast<MainLoopSource>(othersObserver->runLoopSource())->attach();
+  source->attach();
+
+  // Until the observer's own connection stands, what is said is not heard.
+  ASSERT_TRUE(runUntil([&] {
+    if (own == 0) announceActivation(bus);
+    return own > 0;
+  }));
+  runFor(std::chrono::milliseconds(100));
+  source->detach();
+  own = 0;
+  announceActivation(bus);
+  runFor(std::chrono::milliseconds(100));
+  EXPECT_EQ(own, 0);
+  EXPECT_EQ(others, 0);
+  QDBusConnection::disconnectFromBus(connectionName);
+}
+
+TEST(LinuxAccessibilityTest, WithoutABusNothingCanBeObservedAndNobodyWaits) {
+  const DesktopScene scene;
+  const auto connection = XcbConnection::open();
+  for (const char* address : {static_cast<const char*>(nullptr), "unix:path=/nowhere"}) {
+    const TestEnvironment environment({{"DBUS_SESSION_BUS_ADDRESS", address}, {"AT_SPI_BUS_ADDRESS", nullptr}});
+    const auto start = std::chrono::steady_clock::now();
+    LinuxAccessibility accessibility(*connection);
+    const auto created =
+        accessibility.createObserver(getpid(), [](AXObserver&, const AXUIElement&, const std::string&, void*) {});
+    EXPECT_EQ(std::get<AXError>(created), AXError::apiDisabled);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  }
+}
+
+}  // namespace
+}  // namespace platform::linux_desktop

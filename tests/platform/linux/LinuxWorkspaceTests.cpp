@@ -1,0 +1,207 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "DesktopEntriesFolder.h"
+#include "DesktopScene.h"
+#include "EventLoop.h"
+#include "platform/linux/FrontmostOnThread.h"
+#include "platform/linux/LinuxDesktop.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+using testing::ElementsAre;
+
+class LinuxWorkspaceTest : public testing::Test {
+ protected:
+  LinuxWorkspaceTest() {
+    listenFor(NSWorkspaceDidLaunchApplicationNotification, "launch ");
+    listenFor(NSWorkspaceDidTerminateApplicationNotification, "terminate ");
+    listenFor(NSWorkspaceDidActivateApplicationNotification, "activate ");
+    desktop->setWindowManagerHandler([this] { ++windowManagerChanges; });
+  }
+  ~LinuxWorkspaceTest() override { desktop->finish(); }
+
+  void listenFor(const char* name, const std::string& verb) {
+    workspace().notificationCenter().addObserverForName(
+        name, NSOperationQueue::mainQueue, [this, verb](const NSNotification& notification) {
+          const auto application = notification.value<NSRunningApplication>(NSWorkspaceApplicationKey);
+          story.push_back(verb + application->bundleIdentifier().value_or("?"));
+        });
+  }
+  NSWorkspace& workspace() { return desktop->workspace(); }
+  std::optional<pid_t> front() {
+    const auto application = workspace().frontmostApplication();
+    return application ? std::optional(application->processIdentifier()) : std::nullopt;
+  }
+  // A window of that class in front, and told of.
+  xcb_window_t show(Application& application, const std::string& windowClass) {
+    const xcb_window_t window = application.create();
+    scene.setText(window, "WM_CLASS", "instance" + std::string(1, '\0') + windowClass + std::string(1, '\0'));
+    application.map(window);
+    EXPECT_TRUE(runUntil([&] { return scene.desktop.activeWindow() == window && scene.isManaged(window); }));
+    runUntilTold("activate " + windowClass);
+    return window;
+  }
+  void runUntilTold(const std::string& event) {
+    EXPECT_TRUE(runUntil([&] { return std::find(story.begin(), story.end(), event) != story.end(); }))
+        << event << " is not in " << testing::PrintToString(story);
+  }
+  NSRunningApplication applicationOf(pid_t process) {
+    for (const auto& application : workspace().runningApplications()) {
+      if (application.processIdentifier() == process) return application;
+    }
+    throw std::runtime_error("not running");
+  }
+
+  DesktopScene scene;
+  std::vector<std::string> story;
+  int windowManagerChanges = 0;
+  Application editor{scene.desktop};
+  Application thief{scene.desktop};
+  std::unique_ptr<LinuxDesktop> desktop = LinuxDesktop::open("app.test");
+  InstalledDesktop installed{*desktop};
+};
+
+TEST_F(LinuxWorkspaceTest, TellsOfLaunchActivationAndTerminationInOrder) {
+  EXPECT_EQ(front(), std::nullopt);
+  show(editor, "Editor");
+  const auto application = applicationOf(editor.process());
+  const xcb_window_t stolen = show(thief, "Thief");
+  thief.destroy(stolen);
+  runUntilTold("terminate Thief");
+  ASSERT_TRUE(runUntil([&] { return story.size() == 6; })) << testing::PrintToString(story);
+  // Which of the last two comes first is the window manager's to decide.
+  std::sort(story.begin() + 4, story.end());
+  EXPECT_THAT(story, ElementsAre("launch Editor", "activate Editor", "launch Thief", "activate Thief",
+                                 "activate Editor", "terminate Thief"));
+  EXPECT_EQ(application.localizedName(), "Editor");
+  EXPECT_FALSE(application.isTerminated());
+  EXPECT_EQ(workspace().runningApplications().size(), 1u);
+}
+
+TEST_F(LinuxWorkspaceTest, AnApplicationEndsWithItsLastWindowAndItsProcessMayComeBackAsAnother) {
+  const xcb_window_t first = show(editor, "Editor");
+  const auto application = applicationOf(editor.process());
+  const xcb_window_t second = editor.createMapped();
+  ASSERT_TRUE(runUntil([&] { return scene.isManaged(second); }));
+  editor.destroy(first);
+  runFor(std::chrono::milliseconds(50));
+  EXPECT_FALSE(application.isTerminated());
+  editor.unmap(second);
+  EXPECT_TRUE(runUntil([&] { return application.isTerminated(); })) << "windows that nobody manages do not count";
+  EXPECT_FALSE(application.activateWithOptions(NSApplicationActivationOptions::none));
+  editor.map(second);
+  ASSERT_TRUE(runUntil([&] { return front() == editor.process(); }));
+  EXPECT_TRUE(application.isTerminated());
+  EXPECT_FALSE(workspace().frontmostApplication()->isTerminated());
+}
+
+TEST_F(LinuxWorkspaceTest, BringsAnApplicationBackWithTheWindowThatWasActiveLast) {
+  show(editor, "Editor");
+  const xcb_window_t second = editor.createMapped();
+  ASSERT_TRUE(runUntil([&] { return scene.desktop.activeWindow() == second; }));
+  runFor(std::chrono::milliseconds(50));
+  show(thief, "Thief");
+  EXPECT_TRUE(applicationOf(editor.process()).activateWithOptions(NSApplicationActivationOptions::none));
+  EXPECT_TRUE(runUntil([&] { return front() == editor.process() && scene.desktop.activeWindow() == second; }));
+}
+
+TEST_F(LinuxWorkspaceTest, SeesAFocusThatIsSetBehindTheWindowManagersBack) {
+  const xcb_window_t window = show(thief, "Thief");
+  const xcb_window_t inside = thief.createInside(window);
+  thief.map(inside);
+  show(editor, "Editor");
+  story.clear();
+  scene.setInputFocus(inside);
+  EXPECT_EQ(front(), thief.process());
+  runUntilTold("activate Thief");
+}
+
+TEST_F(LinuxWorkspaceTest, NamesApplicationsByWhatTheirWindowsSay) {
+  fill(desktopEntriesFolder() / "org.test.Writer.desktop",
+       "[Desktop Entry]\nType=Application\nName=The Writer\nExec=true\nStartupWMClass=writer-window\n");
+  const xcb_window_t window = editor.create();
+  scene.setText(window, "WM_CLASS", std::string("x\0writer-window\0", 16));
+  editor.map(window);
+  runUntilTold("launch org.test.Writer");
+  EXPECT_EQ(applicationOf(editor.process()).localizedName(), "The Writer");
+
+  const xcb_window_t other = thief.create();
+  scene.setText(other, "WM_CLASS", std::string("x\0Anything\0", 11));
+  scene.setText(other, "_GTK_APPLICATION_ID", "org.test.Unknown");
+  thief.map(other);
+  runUntilTold("launch org.test.Unknown");
+  EXPECT_EQ(applicationOf(thief.process()).localizedName(), "Anything");
+}
+
+TEST_F(LinuxWorkspaceTest, NamesThatAreNoTextAreMadeText) {
+  const xcb_window_t hostile = editor.create();
+  scene.setText(hostile, "WM_CLASS", std::string(5000, '\xff'));
+  scene.setText(hostile, "_GTK_APPLICATION_ID", "../../etc/\xc3(\n");
+  editor.map(hostile);
+  ASSERT_TRUE(runUntil([&] { return !story.empty(); }));
+  const auto application = applicationOf(editor.process());
+  EXPECT_EQ(application.bundleIdentifier(), "\uFFFD(\n");
+  EXPECT_FALSE(application.localizedName()->empty());
+  const xcb_window_t nameless = thief.createMapped();
+  ASSERT_TRUE(runUntil([&] { return scene.isManaged(nameless) && workspace().runningApplications().size() == 2; }));
+  EXPECT_EQ(applicationOf(thief.process()).bundleIdentifier(), "window_client") << "the program, for want of better";
+}
+
+TEST_F(LinuxWorkspaceTest, DuringAnEventTapCallbackTheFrontmostApplicationIsTheOneThatTheEventGoesTo) {
+  show(editor, "Editor");
+  std::optional<NSRunningApplication> seen;
+  std::optional<NSRunningApplication> nobody;
+  std::optional<NSRunningApplication> outside;
+  std::thread([&] {
+    const FrontmostOnThread thiefsTurn(thief.process());
+    seen = workspace().frontmostApplication();
+    const FrontmostOnThread nobodysTurn(std::nullopt);
+    nobody = workspace().frontmostApplication();
+  }).join();
+  std::thread([&] { outside = workspace().frontmostApplication(); }).join();
+  ASSERT_TRUE(seen);
+  EXPECT_EQ(seen->processIdentifier(), thief.process()) << "before the desktop told of that application";
+  EXPECT_FALSE(seen->bundleIdentifier());
+  EXPECT_FALSE(nobody);
+  EXPECT_EQ(outside, applicationOf(editor.process()));
+  show(thief, "Thief");
+  EXPECT_EQ(seen->bundleIdentifier(), "Thief") << "the record is the same one";
+}
+
+TEST_F(LinuxWorkspaceTest, ApplicationsOutliveAChangeOfTheWindowManager) {
+  show(editor, "Editor");
+  const auto application = applicationOf(editor.process());
+  EXPECT_TRUE(desktop->accessibility().isProcessTrusted());
+  for (const auto manager : {stage::WindowManager::xfwm4, stage::WindowManager::openbox}) {
+    windowManagerChanges = 0;
+    scene.desktop.replaceWindowManager(manager);
+    EXPECT_TRUE(runUntil([&] { return windowManagerChanges > 0; }));
+    runFor(std::chrono::milliseconds(1500));
+    EXPECT_TRUE(desktop->accessibility().isProcessTrusted());
+    EXPECT_FALSE(application.isTerminated());
+    EXPECT_TRUE(application.activateWithOptions(NSApplicationActivationOptions::none));
+    EXPECT_TRUE(runUntil([&] { return front() == editor.process(); }));
+  }
+}
+
+TEST_F(LinuxWorkspaceTest, TheEndOfTheServerIsToldOnceAndEveryQuestionStillReturns) {
+  show(editor, "Editor");
+  const auto application = applicationOf(editor.process());
+  int losses = 0;
+  desktop->setConnectionLostHandler([&] { ++losses; });
+  scene.desktop.killServer();
+  EXPECT_TRUE(runUntil([&] { return losses > 0; }));
+  runFor(std::chrono::milliseconds(50));
+  EXPECT_EQ(losses, 1);
+  EXPECT_EQ(front(), std::nullopt);
+  EXPECT_FALSE(desktop->accessibility().isProcessTrusted());
+  EXPECT_FALSE(application.activateWithOptions(NSApplicationActivationOptions::none));
+}
+
+}  // namespace
+}  // namespace platform::linux_desktop
