@@ -99,7 +99,9 @@ bool LinuxEventTap::isEnabled() const {
   return source_ && source_->isEnabled().load(std::memory_order_acquire);
 }
 
-CFRunLoopSourceRef LinuxEventTap::createSource() const { return source_; }
+CFRunLoopSourceRef LinuxEventTap::createSource() const {
+  return source_;
+}
 
 void LinuxEventTap::invalidate() {
   setEnabled(false);
