@@ -29,6 +29,7 @@ TEST_F(Time, a_timer_fires_at_its_edge_and_once) {
   const auto inBackground = runInBackgroundAfter(200ms, note("b"));
   desktop.advance(199ms);
   desktop.advance(999'999ns);
+  desktop.settle();
   EXPECT_EQ(trace, "");
   desktop.advance(1ns);
   EXPECT_EQ(trace, "mb");
