@@ -67,7 +67,9 @@ class Keyboards : public UnderWindowManager {
  protected:
   // A keyboard that is pulled out takes the finger's key with it.
   void pullOutWithAKeyDownAndPlugIn(const std::string& when) {
+    scene.startAfresh();
     scene.typist.press(keyA);
+    ASSERT_TRUE(scene.editorGotAll()) << when;
     scene.expectKeysMatchFingers(when);
     scene.keyboard.setEnabled(false);
     EXPECT_TRUE(eventually([&] { return scene.keyboard.keysDown().none(); }))

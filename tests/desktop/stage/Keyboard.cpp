@@ -100,7 +100,9 @@ void Keyboard::lockGroup(std::uint8_t group) const {
 std::string listOf(const KeySet& keys) {
   std::string list;
   for (std::size_t key = 0; key < keys.size(); ++key) {
-    if (keys[key]) list += (list.empty() ? "" : " ") + std::to_string(key);
+    if (!keys[key]) continue;
+    if (!list.empty()) list += ' ';
+    list += std::to_string(key);
   }
   return list.empty() ? "none" : list;
 }
