@@ -109,7 +109,7 @@ std::shared_ptr<Source> InputStream::sourceOf(const CFMachPortRef& port) {
   const auto tap = std::static_pointer_cast<Tap>(port);
   if (auto source = tap->source.lock()) return source;
   const std::weak_ptr<Tap> weakTap = tap;
-  const auto source =
+  auto source =
       std::make_shared<Source>([this, weakTap] { return isOfferedTo(weakTap); }, [this, weakTap] { callTap(weakTap); });
   tap->source = source;
   return source;
