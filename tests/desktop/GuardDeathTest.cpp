@@ -53,7 +53,7 @@ TEST_P(GuardsDeath, GivesTheKeyboardBackWithinFiftyMilliseconds) {
     EXPECT_LE(msUntilFree(killed), atMostMs);
     ASSERT_NO_FATAL_FAILURE(expectToTypeNormally("after the guard's death"));
     EXPECT_TRUE(eventually([&] { return !scene.guard->process().isRunning(); }));
-    EXPECT_TRUE(eventually([&] { return !scene.guard->process().leftSomethingRunning(); }))
+    EXPECT_TRUE(eventually([&] { return scene.guard->process().processes().empty(); }))
         << "the dead guard left a process behind";
     scene.guard.reset();
     scene.beginGuarding();
@@ -104,7 +104,7 @@ TEST_P(GuardsDeath, ByRequestIsCleanAndReleasesTheKeyboard) {
     EXPECT_FALSE(scene.keyboard.isFloating());
     scene.typist.releaseAll();
     ASSERT_NO_FATAL_FAILURE(expectToTypeNormally("after the guard's end"));
-    EXPECT_TRUE(eventually([&] { return !scene.guard->process().leftSomethingRunning(); }));
+    EXPECT_TRUE(eventually([&] { return scene.guard->process().processes().empty(); }));
     scene.guard.reset();
     scene.beginGuarding();
   }

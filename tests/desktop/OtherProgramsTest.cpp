@@ -113,7 +113,7 @@ TEST_P(Sessions, EndWithTheirServerAndTheGuardEndsToo) {
   const auto ending = scene.guard->process().ending();
   ASSERT_TRUE(ending) << "the guard outlives its display";
   EXPECT_FALSE(ending->signal) << describe(*ending);
-  EXPECT_TRUE(eventually([&] { return !scene.guard->process().leftSomethingRunning(); }))
+  EXPECT_TRUE(eventually([&] { return scene.guard->process().processes().empty(); }))
       << "the guard left a process behind";
 }
 

@@ -60,7 +60,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, Options opti
 
   pid_ = ::fork();
   if (pid_ == 0) {
-    ::setpgid(0, 0);
+    ::setsid();
     ::signal(SIGPIPE, SIG_DFL);
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) ::_exit(127);
@@ -75,7 +75,6 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, Options opti
     ::execvpe(argv[0], argv.data(), envp.data());
     ::_exit(127);
   }
-  ::setpgid(pid_, pid_);
   ::close(nothing);
   ::close(input.read);
   ::close(output.write);
@@ -87,7 +86,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, Options opti
 }
 
 ChildProcess::~ChildProcess() {
-  ::kill(-pid_, SIGKILL);
+  for (const pid_t process : processes()) ::kill(process, SIGKILL);
   if (!ending_) ::waitpid(pid_, nullptr, 0);
   closeInput();
 }
@@ -133,20 +132,25 @@ std::optional<Ending> ChildProcess::ending(std::chrono::milliseconds limit) {
   return ending_;
 }
 
-bool ChildProcess::leftSomethingRunning() const {
+std::vector<pid_t> ChildProcess::processes() const {
+  std::vector<pid_t> processes;
   std::error_code gone;
   for (const auto& entry : std::filesystem::directory_iterator("/proc", gone)) {
     std::ifstream file(entry.path() / "stat");
     std::string text;
     if (!std::getline(file, text)) continue;
-    // After the name in parentheses, which may hold anything: state, parent, process group.
+    // The name in parentheses may hold anything; after it come state, parent, process group and session.
+    std::istringstream number(text);
     std::istringstream fields(text.substr(text.rfind(')') + 1));
+    pid_t process = 0;
     char state = 0;
     pid_t parent = 0;
     pid_t group = 0;
-    if (fields >> state >> parent >> group && group == pid_ && state != 'Z') return true;
+    pid_t session = 0;
+    if (!(number >> process) || !(fields >> state >> parent >> group >> session)) continue;
+    if (session == pid_ && state != 'Z') processes.push_back(process);
   }
-  return false;
+  return processes;
 }
 
 Environment bareEnvironment() {

@@ -24,8 +24,8 @@ struct Ending {
 };
 std::string describe(const Ending& ending);
 
-// A child in a process group of its own, with its own environment and nothing inherited but standard error where asked.
-// It is killed, with all of its group, when this object or the test process goes away. Not thread-safe.
+// A child in a session of its own, with its own environment and nothing inherited but standard error where asked.
+// It is killed, with all that it started, when this object or the test process goes away. Not thread-safe.
 class ChildProcess {
  public:
   struct Options {
@@ -53,8 +53,8 @@ class ChildProcess {
   bool isRunning();
   // How it ended; absent if it has not within `limit`.
   std::optional<Ending> ending(std::chrono::milliseconds limit = patience);
-  // True if a process of its group is left, itself or one that it started.
-  bool leftSomethingRunning() const;
+  // What runs of its session: itself and what it started.
+  std::vector<pid_t> processes() const;
 
   Lines& output() const { return *output_; }
   Lines& errors() const { return *errors_; }

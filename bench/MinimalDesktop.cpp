@@ -1,0 +1,42 @@
+#include "MinimalDesktop.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace bench {
+namespace {
+
+[[noreturn]] void notHere(const char* what) {
+  std::fprintf(stderr, "bench: the measured code asked for %s\n", what);
+  std::abort();
+}
+
+}  // namespace
+
+// As in the program when nobody has turned on more: debug messages are off.
+MinimalDesktop::MinimalDesktop() {
+  using platform::LogLevel;
+  constexpr auto on = static_cast<std::uint8_t>(LogLevel::info) | static_cast<std::uint8_t>(LogLevel::standard) |
+                      static_cast<std::uint8_t>(LogLevel::error);
+  for (auto& levels : platform::enabledLogLevels) levels = on;
+}
+
+platform::EventServices& MinimalDesktop::events() {
+  notHere("event services");
+}
+platform::RunLoops& MinimalDesktop::runLoops() {
+  notHere("run loops");
+}
+platform::AccessibilityServices& MinimalDesktop::accessibility() {
+  notHere("accessibility");
+}
+std::uint64_t MinimalDesktop::Tasks::uptimeNanoseconds() {
+  return static_cast<std::uint64_t>(
+      std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count());
+}
+std::unique_ptr<platform::DispatchQueue> MinimalDesktop::Tasks::createQueue(const std::string&,
+                                                                            platform::QualityOfService) {
+  notHere("a queue");
+}
+
+}  // namespace bench
