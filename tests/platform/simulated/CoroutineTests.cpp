@@ -87,14 +87,13 @@ TEST(Coroutine, starts_at_once_hops_between_threads_and_its_awaiter_goes_on_wher
 }
 
 Async<std::unique_ptr<int>> holdAcross(std::shared_ptr<int> held, bool inBackground) {
-  const auto own = held;
   if (inBackground) {
     co_await resumeInBackground(QualityOfService::standard);
   } else {
     co_await sleepOnMainThread(1s);
   }
   co_await resumeOnMainThread();
-  co_return std::make_unique<int>(*own);
+  co_return std::make_unique<int>(*held);
 }
 
 DetachedTask holdTwice(std::shared_ptr<int> held, bool inBackground, int* result) {

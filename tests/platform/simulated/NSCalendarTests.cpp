@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
+#include <limits>
 #include <optional>
 #include <string>
 
@@ -17,7 +19,7 @@ using std::chrono::year;
 
 // Local time is Berlin's: an hour ahead of UTC, two hours from 29 March to 25 October 2026.
 class BerlinCalendar : public testing::Test {
- protected:
+ public:
   BerlinCalendar() {
     if (const char* zone = std::getenv("TZ")) previous_ = zone;  // NOLINT(concurrency-mt-unsafe)
     setenv("TZ", "Europe/Berlin", 1);                            // NOLINT(concurrency-mt-unsafe)
@@ -51,7 +53,7 @@ TEST_F(BerlinCalendar, keeps_the_local_time_of_day_over_a_daylight_saving_change
 
 TEST_F(BerlinCalendar, carries_over_months_and_years_and_keeps_fractions_of_a_second) {
   EXPECT_EQ(dateByAddingDays(-59, utc(3, 1, 23h + 30min + 1ns)), utc(1, 1, 23h + 30min + 1ns));
-  const auto beforeTheEpoch = dateByAddingDays(-57 * 365, utc(1, 1, 12h + 1ms));
+  const auto beforeTheEpoch = dateByAddingDays(std::int64_t{-57} * 365, utc(1, 1, 12h + 1ms));
   ASSERT_TRUE(beforeTheEpoch);
   EXPECT_EQ(*beforeTheEpoch - std::chrono::floor<std::chrono::seconds>(*beforeTheEpoch), 1ms);
   EXPECT_LT(*beforeTheEpoch, Date{});
