@@ -7,6 +7,7 @@
 #include "DesktopEntriesFolder.h"
 #include "DesktopScene.h"
 #include "EventLoop.h"
+#include "platform/linux/DesktopEntries.h"
 #include "platform/linux/FrontmostOnThread.h"
 #include "platform/linux/LinuxDesktop.h"
 
@@ -17,6 +18,8 @@ using testing::ElementsAre;
 
 class LinuxWorkspaceTest : public testing::Test {
  protected:
+  static void SetUpTestSuite() { desktopEntriesFolder(); }
+
   LinuxWorkspaceTest() {
     listenFor(NSWorkspaceDidLaunchApplicationNotification, "launch ");
     listenFor(NSWorkspaceDidTerminateApplicationNotification, "terminate ");
@@ -124,6 +127,7 @@ TEST_F(LinuxWorkspaceTest, SeesAFocusThatIsSetBehindTheWindowManagersBack) {
 TEST_F(LinuxWorkspaceTest, NamesApplicationsByWhatTheirWindowsSay) {
   fill(desktopEntriesFolder() / "org.test.Writer.desktop",
        "[Desktop Entry]\nType=Application\nName=The Writer\nExec=true\nStartupWMClass=writer-window\n");
+  ASSERT_TRUE(runUntil([] { return DesktopEntries().entryWithId("org.test.Writer").has_value(); }));
   const xcb_window_t window = editor.create();
   scene.setText(window, "WM_CLASS", std::string("x\0writer-window\0", 16));
   editor.map(window);

@@ -3,11 +3,8 @@
 
 #include <QCoreApplication>
 
-#include "DesktopEntriesFolder.h"
-
 int main(int argc, char** argv) {
   const QCoreApplication application(argc, argv);
   testing::InitGoogleTest(&argc, argv);
-  platform::linux_desktop::desktopEntriesFolder();
   return RUN_ALL_TESTS();
 }
