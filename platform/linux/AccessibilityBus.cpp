@@ -16,7 +16,7 @@ const auto noConnection = QStringLiteral("varnolet-none");
 
 // Empty if there is none: the D-Bus library would start one of its own.
 QString sessionBusAddress() {
-  const QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+  QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
   if (!address.isEmpty()) return address;
   const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
   return QFileInfo::exists(socket) ? QStringLiteral("unix:path=") + socket : QString();

@@ -39,10 +39,8 @@ class AccessibilityBus : public QObject {
   void add(const std::shared_ptr<Listener>& listener);
   void remove(const Listener& listener);
 
- private slots:
-  void windowActivated(const QDBusMessage& announcement);
-
  private:
+  Q_SLOT void windowActivated(const QDBusMessage& announcement);
   void askForAddress();
   void connectTo(const QString& address);
   // Applications announce only what somebody registered for.

@@ -28,10 +28,15 @@ std::optional<std::string> readable(std::optional<std::string> text) {
   return readable(*text);
 }
 
+// `text` up to its first NUL.
+std::string firstPart(const std::string& text) {
+  return text.substr(0, text.find('\0'));
+}
+
 // From "id", "id.desktop" or the path of a desktop entry.
 std::optional<std::string> desktopIdIn(const std::optional<std::string>& text) {
   if (!text) return std::nullopt;
-  std::string id = text->c_str();  // up to the first NUL
+  std::string id = firstPart(*text);
   if (const auto slash = id.rfind('/'); slash != std::string::npos) id.erase(0, slash + 1);
   if (id.ends_with(".desktop")) id.resize(id.size() - std::string_view(".desktop").size());
   if (id.empty()) return std::nullopt;
@@ -116,9 +121,9 @@ ApplicationNaming::Hints ApplicationNaming::hintsOf(pid_t process, xcb_window_t 
   }
   // Two texts, each with a NUL at its end.
   const std::string instanceAndClass = textOf(connection_, window, "WM_CLASS").value_or(std::string());
-  hints.windowInstance = instanceAndClass.c_str();
+  hints.windowInstance = firstPart(instanceAndClass);
   if (hints.windowInstance.size() < instanceAndClass.size()) {
-    hints.windowClass = instanceAndClass.c_str() + hints.windowInstance.size() + 1;
+    hints.windowClass = firstPart(instanceAndClass.substr(hints.windowInstance.size() + 1));
   }
   return hints;
 }

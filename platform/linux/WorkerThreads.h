@@ -44,7 +44,7 @@ class WorkerThreads {
 };
 
 // A serial queue with a thread of its own.
-class SerialQueue : public DispatchQueue {
+class SerialQueue final : public DispatchQueue {
  public:
   // The thread is named after the last part of the dotted label. For user-interactive work it goes before others.
   SerialQueue(const std::string& label, QualityOfService quality);
