@@ -36,8 +36,11 @@ class GuardsDeath : public UnderWindowManager {
     scene.startAfresh();
     for (int i = 0; i < 3; ++i) scene.typist.tap(keyB);
     ASSERT_TRUE(scene.editorGotAll()) << when;
-    for (const auto& key : scene.editor.keys()) EXPECT_EQ(key.keysym, std::uint32_t{'b'}) << when;
-    EXPECT_TRUE(scene.lostAndDoubled().isNone()) << when << ": " << describe(scene.lostAndDoubled());
+    std::string arrived;
+    for (const auto& key : scene.editor.keys()) {
+      if (key.isPress) arrived += arrived.empty() ? "" : " ", arrived += std::to_string(key.keysym);
+    }
+    EXPECT_EQ(arrived, "98 98 98") << when << " (the keysyms that arrived)";
     scene.expectAllKeysUp(when);
   }
 };

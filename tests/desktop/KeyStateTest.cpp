@@ -35,13 +35,13 @@ class KeyState : public UnderWindowManager {
     }
   }
   void sometimesSteal() {
-    constexpr unsigned oneIn = 400;
+    constexpr unsigned oneIn = 300;
     if (random_() % oneIn != 0) return;
     constexpr std::array ways{Theft::byRequest, Theft::byNewWindow, Theft::byInputFocus};
     steal(scene.thief, ways[random_() % ways.size()]);
     ++thefts_;
   }
-  std::chrono::microseconds randomPause() { return std::chrono::microseconds(random_() % 700); }
+  std::chrono::microseconds randomPause() { return std::chrono::microseconds(random_() % 250); }
 
   std::mt19937 random_{seed};
   std::vector<KeyCode> keys_;

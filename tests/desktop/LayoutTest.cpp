@@ -32,10 +32,10 @@ class Layouts : public UnderWindowManager {
 
   // What a key writes, from what the editor makes of it.
   std::uint32_t symbolOf(KeyCode key) {
-    EXPECT_TRUE(scene.editorGotAll());
+    EXPECT_TRUE(scene.editorGotAll()) << scene.account();
     scene.startAfresh();
     scene.typist.tap(key);
-    EXPECT_TRUE(scene.editorGotAll());
+    EXPECT_TRUE(scene.editorGotAll()) << scene.account();
     return scene.editor.keys().empty() ? 0 : scene.editor.keys().front().keysym;
   }
   std::vector<std::uint32_t> symbols() const {
@@ -74,7 +74,7 @@ TEST_P(Layouts, WriteDuringATheftWhatTheyWriteOtherwise) {
     scene.startAfresh();
     steal(scene.thief, theft);
     for (int i = 0; i < 3; ++i) typeGerman();
-    ASSERT_TRUE(scene.editorGotAll()) << describe(scene.lostAndDoubled());
+    ASSERT_TRUE(scene.editorGotAll()) << scene.account();
     auto expected = german;
     for (int i = 1; i < 3; ++i) expected.insert(expected.end(), german.begin(), german.end());
     EXPECT_EQ(symbols(), expected) << "during " << nameOf(theft);

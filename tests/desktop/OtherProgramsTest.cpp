@@ -46,8 +46,8 @@ TEST_P(OtherPrograms, MayGrabTheKeyboardWhileTheGateIsClosed) {
   grabber.tell("ungrab");
   scene.startAfresh();
   scene.typist.tap(keyA);
-  EXPECT_TRUE(scene.editorGotAll());
-  EXPECT_TRUE(scene.lostAndDoubled().isNone()) << describe(scene.lostAndDoubled());
+  EXPECT_TRUE(scene.editorGotAll()) << scene.account();
+  EXPECT_TRUE(scene.lostAndDoubled().isNone()) << scene.account();
   scene.expectAllKeysUp("the menu is closed");
 }
 

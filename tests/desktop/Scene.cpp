@@ -1,5 +1,6 @@
 #include "Scene.h"
 
+#include <algorithm>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -35,9 +36,9 @@ void Scene::expectWordSurvives(Theft theft, const std::string& when) {
   }
   ASSERT_TRUE(eventually([&] { return thief.timesFocused() > thefts; }))
       << when << ": " << nameOf(theft) << " took no focus";
-  ASSERT_TRUE(editorGotAll()) << when << ", " << nameOf(theft) << ": " << describe(lostAndDoubled());
-  ASSERT_TRUE(lostAndDoubled().isNone()) << when << ", " << nameOf(theft) << ": " << describe(lostAndDoubled());
-  ASSERT_EQ(thief.pressCount(), 0u) << when << ": keys went to the thief";
+  ASSERT_TRUE(editorGotAll()) << when << ", " << nameOf(theft) << ": " << account();
+  ASSERT_TRUE(lostAndDoubled().isNone()) << when << ", " << nameOf(theft) << ": " << account();
+  ASSERT_EQ(thief.pressCount(), 0u) << when << ": " << account();
   ASSERT_TRUE(eventually([&] { return editor.isFocused(); })) << when << ": the editor stays behind";
 }
 
@@ -47,6 +48,16 @@ bool Scene::editorGotAll() {
 
 Difference Scene::lostAndDoubled() const {
   return difference(typist.pressed(), editor.presses());
+}
+
+std::string Scene::account() const {
+  constexpr std::size_t lastLines = 40;
+  std::string text = describe(lostAndDoubled()) + "; the thief got " + std::to_string(thief.pressCount()) + " keys";
+  if (!guard) return text;
+  const auto lines = guard->log().all();
+  text += "; the guard's last words:";
+  for (std::size_t i = lines.size() - std::min(lines.size(), lastLines); i < lines.size(); ++i) text += '\n' + lines[i];
+  return text;
 }
 
 void Scene::startAfresh() {

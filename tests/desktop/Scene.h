@@ -28,6 +28,8 @@ struct Scene {
   bool editorGotAll();
   // What became of everything typed since the last startAfresh(), at the editor.
   Difference lostAndDoubled() const;
+  // The same in words, with where the rest went and what the guard last said.
+  std::string account() const;
   void startAfresh();
 
   // Has the guard close its gate, as it does when focus may move, without a theft.

@@ -20,7 +20,7 @@ class Guard {
   static std::filesystem::path programUnderTest();
 
   ChildProcess& process() { return process_; }
-  Lines& log() { return process_.errors(); }
+  Lines& log() const { return process_.errors(); }
   // Asks it to end, as a session does; how it did, absent if it has not.
   std::optional<Ending> stop();
 

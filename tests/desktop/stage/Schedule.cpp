@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <thread>
 
 namespace stage {
@@ -30,7 +31,8 @@ Schedule typing(std::mt19937& random, std::size_t count, TypingStyle style) {
   for (std::size_t typed = 0; typed < count; ++typed) {
     if (now >= stretchEnd) {
       stretchEnd = now + between(random, 0.3, 1.5);
-      pace = 1 / between(random, style.slowest, style.fastest);
+      // More of the stretches are fast than slow.
+      pace = 1 / (style.slowest + (style.fastest - style.slowest) * std::sqrt(between(random, 0, 1)));
     }
     KeyCode key = 0;
     do {
