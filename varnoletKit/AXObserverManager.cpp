@@ -111,15 +111,15 @@ std::optional<AXObserverManager::Registration> AXObserverManager::createRegistra
     focusLog.debug("Failed to create AXObserver for PID %d: %d", pid, static_cast<std::int32_t>(*error));
     return std::nullopt;
   }
-  Registration registration{std::make_unique<std::int32_t>(pid), std::get<platform::AXObserverRef>(std::move(created))};
-  const auto error =
-      platform::AXObserverAddNotification(registration.observer, platform::AXUIElementCreateApplication(pid),
-                                          platform::kAXApplicationActivatedNotification, registration.refcon.get());
+  const auto& observer = std::get<platform::AXObserverRef>(created);
+  auto refcon = std::make_unique<std::int32_t>(pid);
+  const auto error = platform::AXObserverAddNotification(observer, platform::AXUIElementCreateApplication(pid),
+                                                         platform::kAXApplicationActivatedNotification, refcon.get());
   if (error != platform::AXError::success) {
     focusLog.debug("Failed to add AX notification for PID %d: %d", pid, static_cast<std::int32_t>(error));
     return std::nullopt;
   }
-  return registration;
+  return Registration{std::move(refcon), observer};
 }
 
 // One that a launch or the background was quicker to register keeps its place.

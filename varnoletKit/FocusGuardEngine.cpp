@@ -33,7 +33,7 @@ std::shared_ptr<FocusGuardEngine> FocusGuardEngine::create(std::int64_t gestureW
                                                            std::shared_ptr<WhitelistChecking> whitelistChecker,
                                                            std::shared_ptr<EventLogging> eventLogger,
                                                            std::shared_ptr<FocusGuardState> state) {
-  const std::shared_ptr<FocusGuardEngine> engine(new FocusGuardEngine(
+  std::shared_ptr<FocusGuardEngine> engine(new FocusGuardEngine(
       gestureWindowMs, bufferTimeoutMs, std::move(whitelistChecker), std::move(eventLogger), std::move(state)));
   engine->focusChangeSink_->setEngine(engine);
   engine->keystrokeBuffer_->setDelegate(engine);
