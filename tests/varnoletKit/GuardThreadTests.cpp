@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <functional>
 #include <map>
 #include <random>
 #include <thread>
@@ -100,6 +101,7 @@ class GuardThreadTest : public ::testing::Test {
   ThreadedDesktop desktop_;
   std::shared_ptr<CountingDelegate> delegate_ = std::make_shared<CountingDelegate>();
   std::mt19937 random_{20};
+  int lastNumber_ = 0;
 
  private:
   std::mutex mutex_;
@@ -198,6 +200,53 @@ TEST_F(GuardThreadTest, AKeyIsEitherReplayedOrDroppedByTheCaptureTimeoutAndTheDe
   }
   finish(*buffer);
   EXPECT_EQ(delegate_->timeouts, dropped);
+}
+
+TEST_F(GuardThreadTest, ATimeoutThatIsCancelledInItsLastMomentNoLongerActs) {
+  using Operation = std::function<void(KeystrokeBuffer&)>;
+  struct Case {
+    const char* name;
+    Operation start;
+    Operation cancel;
+    std::int64_t heldAfterwards;
+  };
+  const Operation startSpeculative = &KeystrokeBuffer::startSpeculativeCapture;
+  const Operation startCapturing = &KeystrokeBuffer::startCapturing;
+  const Operation promote = &KeystrokeBuffer::promoteToCapture;
+  const Operation replay = &KeystrokeBuffer::replay;
+  desktop_.letTimersActTooLate();
+  for (const auto& [name, start, cancel, heldAfterwards] : {
+           Case{"speculative, promoted", startSpeculative, promote, 1},
+           Case{"speculative, restarted", startSpeculative, startSpeculative, 1},
+           Case{"speculative, flushed", startSpeculative, &KeystrokeBuffer::flush, 0},
+           Case{"capture, replayed", startCapturing, replay, 0},
+           Case{"capture, restarted", startCapturing, startCapturing, 1},
+           Case{"capture, promoted again", startCapturing, promote, 1},
+           Case{"capture, cancelled", startCapturing, &KeystrokeBuffer::cancelCapture, 0},
+       }) {
+    const auto buffer = std::make_shared<KeystrokeBuffer>(200, delegate_);
+    Fate fate;
+    Key key(++lastNumber_, fate);
+    const int due = desktop_.timersDue();
+    start(*buffer);
+    ASSERT_EQ(buffer->handleEvent(kCGEventKeyDown, key), nullptr);
+    while (desktop_.timersDue() == due) std::this_thread::yield();
+    cancel(*buffer);
+    EXPECT_EQ(buffer->count(), heldAfterwards) << name;
+    finish(*buffer);
+    EXPECT_EQ(fate.total(), 1) << name;
+    EXPECT_EQ(delegate_->timeouts, 0) << name;
+  }
+}
+
+TEST_F(GuardThreadTest, ATimeoutThatIsCancelledWhileItIsStartedNeverRuns) {
+  const auto buffer = std::make_shared<KeystrokeBuffer>(200, delegate_);
+  desktop_.onStartTimer = [&] { buffer->cancelCapture(); };
+  buffer->startCapturing();
+  buffer->promoteToCapture();
+  desktop_.waitForTimers();
+  desktop_.runMainThreadWork();
+  EXPECT_EQ(delegate_->timeouts, 0);
 }
 
 TEST_F(GuardThreadTest, NothingIsPostedOrLoggedUnderTheLockAndAKeyThatComesMeanwhilePasses) {

@@ -1,5 +1,6 @@
 #include "ThreadedDesktop.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <cstdlib>
 #include <thread>
@@ -21,6 +22,8 @@ struct ThreadedDesktop::Threads {
   std::mutex mutex;
   std::condition_variable fewer;
   int running = 0;
+  std::atomic<int> due{0};
+  std::atomic<bool> actTooLate{false};
 };
 
 // One thread that waits, and acts unless it was cancelled by then.
@@ -30,7 +33,11 @@ class ThreadedDesktop::Timer final : public platform::ScheduledTask::Pending {
     const std::lock_guard lock(threads->mutex);
     ++threads->running;
     thread_ = std::thread([threads = std::move(threads), state = state_, delay, work = std::move(work)]() mutable {
-      if (!state->isCancelledWithin(delay)) work();
+      if (!state->isCancelledWithin(delay)) {
+        ++threads->due;
+        if (threads->actTooLate) state->waitUntilCancelled();
+        work();
+      }
       work = nullptr;
       const std::lock_guard ending(threads->mutex);
       --threads->running;
@@ -53,6 +60,10 @@ class ThreadedDesktop::Timer final : public platform::ScheduledTask::Pending {
     bool isCancelledWithin(std::chrono::nanoseconds delay) {
       std::unique_lock lock(mutex);
       return cancelled.wait_until(lock, std::chrono::system_clock::now() + delay, [this] { return isCancelled; });
+    }
+    void waitUntilCancelled() {
+      std::unique_lock lock(mutex);
+      cancelled.wait(lock, [this] { return isCancelled; });
     }
     std::mutex mutex;
     std::condition_variable cancelled;
@@ -86,6 +97,14 @@ void ThreadedDesktop::runMainThreadWork() {
   for (const auto& work : due) work();
 }
 
+void ThreadedDesktop::letTimersActTooLate() {
+  threads_->actTooLate = true;
+}
+
+int ThreadedDesktop::timersDue() const {
+  return threads_->due;
+}
+
 void ThreadedDesktop::post(platform::CGEventTapLocation, std::unique_ptr<platform::CGEvent> event) {
   if (onPost) onPost(std::move(event));
 }
@@ -100,6 +119,7 @@ void ThreadedDesktop::runOnMainThread(platform::Work work) {
 }
 
 platform::ScheduledTask ThreadedDesktop::runInBackgroundAfter(std::chrono::nanoseconds delay, platform::Work work) {
+  if (onStartTimer) onStartTimer();
   return platform::ScheduledTask(std::make_unique<Timer>(threads_, delay / haste, std::move(work)));
 }
 

@@ -24,11 +24,18 @@ class ThreadedDesktop final : public platform::Desktop,
   // Called on the thread that posts or logs, inside the call. Set before other threads run.
   std::function<void(std::unique_ptr<platform::CGEvent>)> onPost;
   std::function<void()> onLog;
+  // Called inside the call that starts a timer, which does not run yet.
+  std::function<void()> onStartTimer;
 
   // Does the work that was handed to the main thread.
   void runMainThreadWork();
   // Until every timer has acted or was cancelled, and its thread is through.
   void waitForTimers();
+
+  // From now on a timer that is due acts only when it is cancelled: too late for the cancellation to stop it.
+  void letTimersActTooLate();
+  // How many timers have been due since this desktop was made.
+  int timersDue() const;
 
   platform::EventServices& events() override { return *this; }
   platform::TaskServices& tasks() override { return *this; }
