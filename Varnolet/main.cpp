@@ -1,4 +1,6 @@
 // Starts the guard on the desktop of the present X11 session and keeps it until it is told to end.
+#include <sys/resource.h>
+
 #include <QCoreApplication>
 #include <chrono>
 #include <csignal>
@@ -38,6 +40,9 @@ int main(int argc, char** argv) {
   }
   const platform::InstalledDesktop installed(*desktop);
 
+  // Held keys are in memory for a moment; a crash must not put them on the disk.
+  const rlimit noCoreDump{0, 0};
+  setrlimit(RLIMIT_CORE, &noCoreDump);
   const TerminationSignals terminationSignals([] { QCoreApplication::exit(ended); });
   desktop->setConnectionLostHandler([] {
     std::fputs("varnolet: the X server is gone\n", stderr);

@@ -40,7 +40,7 @@ class CGEvent {
   virtual CGEventFlags flags() const = 0;
   // In pixels of the screen, origin at the top left.
   virtual CGPoint location() const = 0;
-  // True for an event that this process posted and that still goes where it was posted to.
+  // True for an event that this process posted.
   virtual bool isOwn() const = 0;
   // An independent copy that may outlive the event and be posted once; null where there cannot be one, because the
   // event has reached an application already.

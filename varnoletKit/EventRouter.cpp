@@ -22,7 +22,7 @@ platform::CGEvent* EventRouter::handleTapEvent(platform::CGEventTapProxy, platfo
   gestureLog.debug("🎯 EventRouter received event type=%u", type);
   gestureDetector_->recordEvent(type, platform::CGEventGetFlags(event), platform::CGEventGetLocation(event).y,
                                 platform::dateNow());
-  if (type == platform::kCGEventKeyDown || type == platform::kCGEventKeyUp) captureIfFrontmostChanged(event);
+  if (type == platform::kCGEventKeyDown || type == platform::kCGEventKeyUp) captureIfFrontmostChanged();
   return keystrokeBuffer_->handleEvent(type, event);
 }
 
@@ -30,13 +30,12 @@ void EventRouter::noteFrontmost(std::int32_t pid) {
   lastKnownFrontmostPID_.set(pid);
 }
 
-void EventRouter::captureIfFrontmostChanged(const platform::CGEvent& event) {
+void EventRouter::captureIfFrontmostChanged() {
   const auto frontmost = platform::NSWorkspace::sharedWorkspace().frontmostApplication();
   if (!frontmost) return;
   const std::int32_t pid = frontmost->processIdentifier();
   const std::int32_t lastPID = lastKnownFrontmostPID_.exchange(pid);
-  // Keys that were held back and are posted now go where they belong: there is nothing to judge about them.
-  if (pid == lastPID || platform::CGEventIsOwn(event)) return;
+  if (pid == lastPID) return;
   focusLog.info("⚡️ EventRouter detected PID change: %d → %d", lastPID, pid);
   keystrokeBuffer_->startSpeculativeCapture();
   focusLog.info("⏸️  EventRouter started speculative capture on PID change");

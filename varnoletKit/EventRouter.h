@@ -28,7 +28,7 @@ class EventRouter final : public EventTapDelegate {
   void noteFrontmost(std::int32_t pid);
 
  private:
-  void captureIfFrontmostChanged(const platform::CGEvent& event);
+  void captureIfFrontmostChanged();
 
   const std::shared_ptr<GestureDetector> gestureDetector_;
   const std::shared_ptr<KeystrokeBuffer> keystrokeBuffer_;

@@ -59,7 +59,6 @@ FocusWatch::Sign FocusWatch::handle(const xcb_generic_event_t& event) {
     case XCB_FOCUS_IN:
     case XCB_FOCUS_OUT: {
       const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
-      if (focus.detail == XCB_NOTIFY_DETAIL_POINTER) return Sign::none;
       if (focus.mode == XCB_NOTIFY_MODE_GRAB) return Sign::grabBegan;
       if (focus.mode == XCB_NOTIFY_MODE_WHILE_GRABBED) return Sign::focusMayMove;
       return Sign::grabEnded;

@@ -9,20 +9,18 @@ namespace platform::linux_desktop {
 HeldKeyInbox::HeldKeyInbox() : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
 void HeldKeyInbox::put(const Message& message) {
-  {
-    const std::lock_guard lock(mutex_);
-    if (isClosed_) return;
-    messages_.push_back(message);
-    hasMessages_.store(true, std::memory_order_relaxed);
-  }
+  const std::lock_guard lock(mutex_);
+  if (isClosed_) return;
+  messages_.push_back(message);
+  hasMessages_.store(true, std::memory_order_relaxed);
   eventfd_write(wake_.get(), 1);
 }
 
 std::vector<HeldKeyInbox::Message> HeldKeyInbox::takeAll() {
   if (!hasMessages_.load(std::memory_order_relaxed)) return {};
+  const std::lock_guard lock(mutex_);
   eventfd_t count = 0;
   eventfd_read(wake_.get(), &count);
-  const std::lock_guard lock(mutex_);
   hasMessages_.store(false, std::memory_order_relaxed);
   return std::exchange(messages_, {});
 }
@@ -34,11 +32,11 @@ void HeldKeyInbox::close() {
 }
 
 HeldKey::~HeldKey() {
-  if (inbox_) inbox_->put({ordinal_, false, std::nullopt});
+  if (inbox_) inbox_->put({ordinal_, false});
 }
 
-void HeldKey::post(std::optional<pid_t> destination) {
-  if (const auto inbox = std::exchange(inbox_, nullptr)) inbox->put({ordinal_, true, destination});
+void HeldKey::post() {
+  if (const auto inbox = std::exchange(inbox_, nullptr)) inbox->put({ordinal_, true});
 }
 
 std::unique_ptr<CGEvent> TapEvent::copy() const {

@@ -1,12 +1,9 @@
 // Copies of keys that the gate holds back, and the way back of such a copy into the gate.
 #pragma once
 
-#include <sys/types.h>
-
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <vector>
 
 #include "platform/linux/FileDescriptor.h"
@@ -20,15 +17,13 @@ class HeldKeyInbox {
   struct Message {
     KeyQueue::Ordinal ordinal = 0;
     bool isPosted = false;
-    std::optional<pid_t> destination;
   };
 
   HeldKeyInbox();
 
-  // Becomes readable when something came in.
+  // Readable exactly while something waits to be taken out.
   int fileDescriptor() const { return wake_.get(); }
   void put(const Message& message);
-  // Costs next to nothing when there is nothing.
   std::vector<Message> takeAll();
   // What comes in afterwards is ignored: the gate that held the keys is gone.
   void close();
@@ -54,8 +49,8 @@ class HeldKey final : public CGEvent {
   // A key is typed once: of its copy there is no copy.
   std::unique_ptr<CGEvent> copy() const override { return nullptr; }
 
-  // Gives the key back to the gate, to go to the application in front, which is now the one of `destination`.
-  void post(std::optional<pid_t> destination);
+  // Gives the key back to the gate, to go to the application in front.
+  void post();
 
  private:
   KeyStroke stroke_;

@@ -9,11 +9,9 @@ const KeyQueue::Entry* KeyQueue::ready() const {
   return &entries_.front();
 }
 
-void KeyQueue::post(Ordinal ordinal, std::optional<pid_t> destination) {
+void KeyQueue::post(Ordinal ordinal) {
   const auto entry = findHeld(ordinal);
-  if (entry == entries_.end()) return;
-  entry->state = State::posted;
-  entry->destination = destination;
+  if (entry != entries_.end()) entry->state = State::posted;
 }
 
 void KeyQueue::drop(Ordinal ordinal) {

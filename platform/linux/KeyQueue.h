@@ -28,7 +28,7 @@ class KeyQueue {
     Ordinal ordinal = 0;
     KeyStroke stroke;
     State state = State::held;
-    // The process in front when the key was posted or passed.
+    // The process that was in front when the key was passed.
     std::optional<pid_t> destination;
   };
 
@@ -45,7 +45,7 @@ class KeyQueue {
   void holdFirstAgain() { entries_.front().state = State::held; }
 
   // Both ignore a key that is not held here (any more).
-  void post(Ordinal ordinal, std::optional<pid_t> destination);
+  void post(Ordinal ordinal);
   void drop(Ordinal ordinal);
 
   // True if an event of this key is still to come.

@@ -17,13 +17,15 @@ void releaseStrandedKeys(XcbConnection& connection, const KeySet& emitted) {
   InputDevices devices(connection);
   if (!devices.isSupported()) return;
   devices.refresh({});
-  KeySet fingers;
-  for (const DeviceId keyboard : devices.keyboards()) fingers |= devices.keysDown(keyboard).value_or(KeySet());
   const auto downAt = [&](std::optional<DeviceId> device) {
     return device ? devices.keysDown(*device).value_or(KeySet()) : KeySet();
   };
+  // The fingers last: a key that goes down meanwhile must not count as held by nobody.
+  const KeySet applications = downAt(devices.masterKeyboard());
   const KeySet others = downAt(devices.xtestKeyboard()) & ~emitted;
-  const KeySet stranded = emitted | (downAt(devices.masterKeyboard()) & ~fingers & ~others);
+  KeySet fingers;
+  for (const DeviceId keyboard : devices.keyboards()) fingers |= devices.keysDown(keyboard).value_or(KeySet());
+  const KeySet stranded = emitted | (applications & ~fingers & ~others);
   for (std::size_t key = 0; key < stranded.size(); ++key) {
     if (!stranded[key]) continue;
     xcb_test_fake_input(connection, XCB_KEY_RELEASE, static_cast<KeyCode>(key), XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0,

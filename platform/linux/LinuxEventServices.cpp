@@ -11,10 +11,7 @@ CFMachPortRef LinuxEventServices::createTap(CGEventTapLocation, CGEventTapPlacem
 }
 
 void LinuxEventServices::post(CGEventTapLocation, std::unique_ptr<CGEvent> event) {
-  auto* key = dynamic_cast<HeldKey*>(event.get());
-  if (!key) return;
-  const auto front = NSWorkspace::sharedWorkspace().frontmostApplication();
-  key->post(front ? std::optional<pid_t>(front->processIdentifier()) : std::nullopt);
+  if (auto* key = dynamic_cast<HeldKey*>(event.get())) key->post();
 }
 
 }  // namespace platform::linux_desktop

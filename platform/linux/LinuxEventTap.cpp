@@ -43,7 +43,10 @@ class LinuxEventTap::Source final : public PolledSource {
     if (session_) session_->addPollDescriptors(descriptors);
   }
 
-  std::optional<Clock::time_point> deadline() override { return session_ ? session_->deadline() : nextAttempt_; }
+  std::optional<Clock::time_point> deadline() override {
+    if (!isEnabled_.load(std::memory_order_acquire)) return std::nullopt;
+    return session_ ? session_->deadline() : nextAttempt_;
+  }
 
   bool perform() override {
     if (!isEnabled_.load(std::memory_order_acquire)) {
@@ -105,7 +108,6 @@ CFRunLoopSourceRef LinuxEventTap::createSource() const {
 
 void LinuxEventTap::invalidate() {
   setEnabled(false);
-  source_.reset();
 }
 
 }  // namespace platform::linux_desktop

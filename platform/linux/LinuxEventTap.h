@@ -18,14 +18,14 @@ class LinuxEventTap final : public CFMachPort {
   void setEnabled(bool enabled) override;
   bool isEnabled() const override;
   void invalidate() override;
-  // Absent after invalidate().
+  // Absent for a tap that may only listen.
   CFRunLoopSourceRef createSource() const;
 
  private:
   class Source;
   explicit LinuxEventTap(std::shared_ptr<Source> source) : source_(std::move(source)) {}
 
-  std::shared_ptr<Source> source_;
+  const std::shared_ptr<Source> source_;
 };
 
 }  // namespace platform::linux_desktop

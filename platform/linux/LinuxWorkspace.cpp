@@ -93,17 +93,25 @@ bool LinuxWorkspace::activate(pid_t process) {
   return !connection_.isLost();
 }
 
+// Until there is nothing more: answers to our own questions bring events along that nothing would wake us for.
 void LinuxWorkspace::handleEvents() {
-  News news;
-  while (const auto event = events_.next()) note(*event, news);
-  if (connection_.isLost()) {
-    reportLostConnection();
-    return;
+  for (;;) {
+    News news;
+    bool isEmpty = true;
+    while (const auto event = events_.next()) {
+      note(*event, news);
+      isEmpty = false;
+    }
+    if (connection_.isLost()) {
+      reportLostConnection();
+      return;
+    }
+    if (isEmpty) break;
+    if (news.windowManager) watchWindowManager();
+    if (news.windowManager || news.clients) updateApplications(false);
+    if (news.windowManager || news.clients || news.focus) updateFrontmost();
+    if (news.windowManager && onWindowManagerChanged_) onWindowManagerChanged_();
   }
-  if (news.windowManager) watchWindowManager();
-  if (news.windowManager || news.clients) updateApplications(false);
-  if (news.windowManager || news.clients || news.focus) updateFrontmost();
-  if (news.windowManager && onWindowManagerChanged_) onWindowManagerChanged_();
   xcb_flush(connection_);
 }
 

@@ -14,6 +14,7 @@ namespace {
 constexpr std::chrono::milliseconds quietBeforeOpening{1500};
 // While the gate is closed the watchdog wants to hear from us well within its patience.
 constexpr std::chrono::milliseconds beatInterval{100};
+constexpr std::chrono::milliseconds recheckInterval{1000};
 
 // While one lives, the server does nothing for anybody else: focus cannot move between a question and a key.
 class ServerGrab {
@@ -74,7 +75,10 @@ TapSession::~TapSession() {
   queue_ = {};
   settle();
   emit(balance_.releaseEmitted());
-  if (gate_.isClosed()) openGate();
+  if (gate_.isClosed()) {
+    for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
+    openGate();
+  }
   // The disconnection must not overtake what was just asked for.
   replyTo(*connection_, xcb_get_input_focus_reply, xcb_get_input_focus(*connection_));
 }
@@ -86,7 +90,6 @@ void TapSession::begin() {
   keymaps_.begin();
   refreshDevices();
   focus_.begin();
-  balance_.setServerDown(balance_.fingers());
   xcb_flush(*connection_);
 }
 
@@ -101,7 +104,10 @@ void TapSession::refreshDevices() {
   }
   for (const DeviceId keyboard : now) {
     if (std::find(before.begin(), before.end(), keyboard) != before.end()) continue;
-    if (const auto down = devices_.keysDown(keyboard)) balance_.setFingers(keyboard, *down);
+    const auto down = devices_.keysDown(keyboard);
+    if (!down) continue;
+    balance_.setFingers(keyboard, *down);
+    balance_.setServerDown(balance_.serverDown() | *down);
   }
   if (std::find(now.begin(), now.end(), typist_) == now.end() && !now.empty()) {
     typist_ = now.front();
@@ -130,8 +136,7 @@ bool TapSession::perform() {
     take(*event);
     return true;
   }
-  openIfQuiet();
-  return false;
+  return openIfQuiet();
 }
 
 bool TapSession::handleInbox() {
@@ -139,7 +144,7 @@ bool TapSession::handleInbox() {
   if (messages.empty()) return false;
   for (const auto& message : messages) {
     if (message.isPosted) {
-      queue_.post(message.ordinal, message.destination);
+      queue_.post(message.ordinal);
     } else {
       queue_.drop(message.ordinal);
     }
@@ -151,6 +156,9 @@ bool TapSession::handleInbox() {
 
 void TapSession::take(const xcb_generic_event_t& event) {
   gate_.reached(event.full_sequence);
+  // Any program can send any event; requests to the window manager are the only ones that are meant to be sent.
+  const bool isSent = (event.response_type & 0x80) != 0;
+  if (isSent && (event.response_type & ~0x80) != XCB_CLIENT_MESSAGE) return;
   const auto type = static_cast<std::uint8_t>(event.response_type & ~0x80);
   if (type == XCB_GE_GENERIC) {
     const auto& generic = reinterpret_cast<const xcb_ge_generic_event_t&>(event);
@@ -246,16 +254,16 @@ void TapSession::admit(const KeyStroke& stroke) {
   }
 }
 
-// Lets the keys go that nothing before them holds back. One whose destination is no longer in front is judged like a
-// key just typed: it must not reach whoever came in between.
+// Lets the keys go that nothing before them holds back. Posted ones enter the tap like any other key. A passed one
+// whose destination is no longer in front is judged anew: it must not reach whoever came in between.
 void TapSession::advance() {
   while (const KeyQueue::Entry* first = queue_.ready()) {
     const KeyQueue::Entry entry = *first;
     const ServerGrab grab(*connection_);
     const auto front = focus_.frontmostProcess();
-    const bool hasArrived = front == entry.destination;
-    if (entry.state == KeyQueue::State::posted || !hasArrived) {
-      TapEvent event(entry.stroke, entry.ordinal, inbox_, hasArrived);
+    const bool isPosted = entry.state == KeyQueue::State::posted;
+    if (isPosted || front != entry.destination) {
+      TapEvent event(entry.stroke, entry.ordinal, inbox_, isPosted);
       if (!judge(entry.stroke.type, event, front)) {
         disturb();
         if (event.wasCopied()) {
@@ -284,32 +292,55 @@ std::optional<pid_t> TapSession::knownFront() {
 void TapSession::disturb() {
   if (isGrabbedElsewhere_) return;
   lastDisturbance_ = Clock::now();
-  if (gate_.isClosed()) return;
+  // The watchdog first: it has to know of every grab.
+  if (!gate_.isClosed()) watchdog_->gateClosed();
   gate_.close(devices_.keyboards());
-  watchdog_->gateClosed();
 }
 
 bool TapSession::isQuiet() const {
   return queue_.isEmpty() && balance_.fingers().none() && Clock::now() - lastDisturbance_ >= quietBeforeOpening;
 }
 
-void TapSession::openIfQuiet() {
-  if (!gate_.isClosed() || !queue_.isEmpty() || Clock::now() - lastDisturbance_ < quietBeforeOpening) return;
-  for (const DeviceId keyboard : gate_.grabbed()) {
-    if (const auto down = devices_.keysDown(keyboard)) balance_.setFingers(keyboard, *down);
-  }
-  settle();
-  if (!isQuiet() || !keymaps_.isReadyToOpen()) return;
-  // What came in with those answers: a key that is still on its way through the gate could be overtaken by the next
-  // one.
-  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) take(*event);
+// True if the server was asked something: events may have come in with its answers that nothing else would wake us for.
+bool TapSession::openIfQuiet() {
+  if (!gate_.isClosed() || !queue_.isEmpty() || Clock::now() - lastDisturbance_ < quietBeforeOpening) return false;
+  if (balance_.fingers().any()) return recheckFingers();
+  if (!keymaps_.isReadyToOpen()) return false;
+  // What the user switched while the gate was closed (Caps Lock, the layout) the applications have, but the floating
+  // keyboards do not.
+  for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
+  // A key that is still on its way through the gate could be overtaken by the next one.
+  takeQueued();
   if (isQuiet()) openGate();
+  return true;
 }
 
-// What the user switched while the gate was closed (Caps Lock, the layout) the applications have, but the floating
-// keyboards do not.
+// A finger may have gone up unseen, for example while another program grabbed the keyboard. Looked at now and then
+// only.
+bool TapSession::recheckFingers() {
+  if (Clock::now() - lastRecheck_ < recheckInterval) return false;
+  lastRecheck_ = Clock::now();
+  std::vector<std::pair<DeviceId, KeySet>> found;
+  for (const DeviceId keyboard : gate_.grabbed()) {
+    if (const auto down = devices_.keysDown(keyboard)) found.emplace_back(keyboard, *down);
+  }
+  // Events that came in with the answers tell themselves what moved, and want to be judged.
+  if (takeQueued()) return true;
+  for (const auto& [keyboard, down] : found) balance_.setFingers(keyboard, down);
+  settle();
+  return true;
+}
+
+bool TapSession::takeQueued() {
+  bool hasTaken = false;
+  while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_queued_event(*connection_)}) {
+    take(*event);
+    hasTaken = true;
+  }
+  return hasTaken;
+}
+
 void TapSession::openGate() {
-  for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
   gate_.open();
   front_.reset();
   watchdog_->gateOpened();
@@ -321,8 +352,11 @@ void TapSession::emit(const std::vector<KeyBalance::Emission>& emissions) {
     xcb_test_fake_input(*connection_, isPress ? XCB_KEY_PRESS : XCB_KEY_RELEASE, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE,
                         0, 0, 0);
   }
+  // Whenever this process is stopped, the watchdog finds every key on the board that may be down.
+  const KeySet before = std::exchange(shownDown_, balance_.emittedDown());
+  watchdog_->emittedDown(before | shownDown_);
   xcb_flush(*connection_);
-  watchdog_->emittedDown(balance_.emittedDown());
+  watchdog_->emittedDown(shownDown_);
 }
 
 void TapSession::settle() {

@@ -64,7 +64,9 @@ class TapSession {
 
   void disturb();
   bool isQuiet() const;
-  void openIfQuiet();
+  bool openIfQuiet();
+  bool recheckFingers();
+  bool takeQueued();
   void openGate();
   void emit(const std::vector<KeyBalance::Emission>& emissions);
   void settle();
@@ -87,6 +89,8 @@ class TapSession {
   bool isGrabbedElsewhere_ = false;
   DeviceId typist_ = 0;  // the keyboard that was typed on last
   Clock::time_point lastDisturbance_;
+  Clock::time_point lastRecheck_;
+  KeySet shownDown_;  // on the watchdog's board
 };
 
 }  // namespace platform::linux_desktop

@@ -28,7 +28,7 @@ static_assert(std::atomic<std::uint64_t>::is_always_lock_free && std::atomic<boo
 
 // The descriptors that the watchdog process finds open when it starts.
 inline constexpr int watchdogBoardDescriptor = 3;
-inline constexpr int watchdogPipeDescriptor = 4;
+inline constexpr int watchdogStreamDescriptor = 4;
 inline constexpr char watchdogProgram[] = "varnolet-watchdog";
 
 std::uint64_t monotonicNanoseconds();

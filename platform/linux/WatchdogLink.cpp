@@ -4,18 +4,24 @@
 #include <spawn.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <new>
 #include <string>
 #include <system_error>
+#include <thread>
 
 extern char** environ;
 
 namespace platform::linux_desktop {
 namespace {
+
+constexpr std::chrono::milliseconds longestFarewell{1000};
 
 // Beside the running executable.
 std::string watchdogPath() {
@@ -26,49 +32,59 @@ std::string watchdogPath() {
 
 }  // namespace
 
-WatchdogLink::WatchdogLink() {
-  const FileDescriptor memory(memfd_create("varnolet-watchdog", MFD_CLOEXEC));
+WatchdogLink::WatchdogLink() : memory_(memfd_create("varnolet-watchdog", MFD_CLOEXEC)) {
   void* shared = MAP_FAILED;
-  if (memory.isOpen() && ftruncate(memory.get(), sizeof(WatchdogBoard)) == 0) {
-    shared = mmap(nullptr, sizeof(WatchdogBoard), PROT_READ | PROT_WRITE, MAP_SHARED, memory.get(), 0);
+  if (memory_.isOpen() && ftruncate(memory_.get(), sizeof(WatchdogBoard)) == 0) {
+    shared = mmap(nullptr, sizeof(WatchdogBoard), PROT_READ | PROT_WRITE, MAP_SHARED, memory_.get(), 0);
   }
   if (shared == MAP_FAILED) {
     // Nobody will read it, but everything else can go on.
+    memory_ = FileDescriptor();
     shared = mmap(nullptr, sizeof(WatchdogBoard), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (shared == MAP_FAILED) throw std::bad_alloc();
-    board_ = new (shared) WatchdogBoard{};
-    return;
   }
   board_ = new (shared) WatchdogBoard{};
-  start(memory.get());
+  start();
 }
 
 WatchdogLink::~WatchdogLink() {
-  pipe_ = FileDescriptor();
-  if (process_ > 0) waitpid(process_, nullptr, 0);
+  end();
   munmap(board_, sizeof(WatchdogBoard));
 }
 
-void WatchdogLink::start(int board) {
+// It ends by itself when it hears that nobody is left. One that does not is not worth waiting for.
+void WatchdogLink::end() {
+  stream_ = FileDescriptor();
+  if (process_ <= 0) return;
+  const auto patience = std::chrono::steady_clock::now() + longestFarewell;
+  while (waitpid(process_, nullptr, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() >= patience) {
+      kill(process_, SIGKILL);
+      waitpid(process_, nullptr, 0);
+      break;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  process_ = 0;
+}
+
+void WatchdogLink::start() {
   int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) return;
-  const FileDescriptor reading(ends[0]);
-  pipe_ = FileDescriptor(ends[1]);
-  fcntl(pipe_.get(), F_SETFL, O_NONBLOCK);
+  if (!memory_.isOpen() || socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) != 0) return;
+  stream_ = FileDescriptor(ends[1]);
+  const FileDescriptor theirs(ends[0]);
+  // Above the places that they get in the new process: one of them may have the other's place already.
+  constexpr int aside = 100;
+  const FileDescriptor board(fcntl(memory_.get(), F_DUPFD_CLOEXEC, aside));
+  const FileDescriptor stream(fcntl(theirs.get(), F_DUPFD_CLOEXEC, aside));
 
   const std::string path = watchdogPath();
   std::string name = watchdogProgram;
   char* const arguments[] = {name.data(), nullptr};
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  // Through high numbers first: one of the two may have the other's place already.
-  constexpr int aside = 100;
-  posix_spawn_file_actions_adddup2(&actions, board, aside);
-  posix_spawn_file_actions_adddup2(&actions, reading.get(), aside + 1);
-  posix_spawn_file_actions_adddup2(&actions, aside, watchdogBoardDescriptor);
-  posix_spawn_file_actions_adddup2(&actions, aside + 1, watchdogPipeDescriptor);
-  posix_spawn_file_actions_addclose(&actions, aside);
-  posix_spawn_file_actions_addclose(&actions, aside + 1);
+  posix_spawn_file_actions_adddup2(&actions, board.get(), watchdogBoardDescriptor);
+  posix_spawn_file_actions_adddup2(&actions, stream.get(), watchdogStreamDescriptor);
 
   // A group of its own: what interrupts the guard from a terminal must not end the watchdog before the guard.
   posix_spawnattr_t attributes;
@@ -92,9 +108,12 @@ void WatchdogLink::watch(XcbConnection& connection) {
 void WatchdogLink::gateClosed() {
   beat();
   board_->isGateClosed.store(true, std::memory_order_release);
+  if (!stream_.isOpen()) return;
   const char wake = 0;
-  if (pipe_.isOpen()) [[maybe_unused]]
-    const auto written = write(pipe_.get(), &wake, 1);
+  if (send(stream_.get(), &wake, 1, MSG_NOSIGNAL) < 0 && errno != EAGAIN) {
+    end();
+    start();
+  }
 }
 
 }  // namespace platform::linux_desktop

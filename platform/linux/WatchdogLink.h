@@ -24,6 +24,7 @@ class WatchdogLink {
   bool isWatched() const { return process_ > 0; }
   // The connection that will grab from now on.
   void watch(XcbConnection& connection);
+  // Starts a new watchdog if the old one is gone.
   void gateClosed();
   void gateOpened() { board_->isGateClosed.store(false, std::memory_order_release); }
   // To be called more often than the watchdog's patience lasts, while the gate is closed.
@@ -31,10 +32,12 @@ class WatchdogLink {
   void emittedDown(const KeySet& keys) { board_->setEmittedDown(keys); }
 
  private:
-  void start(int board);
+  void start();
+  void end();
 
-  WatchdogBoard* board_;
-  FileDescriptor pipe_;
+  FileDescriptor memory_;
+  WatchdogBoard* board_ = nullptr;
+  FileDescriptor stream_;
   pid_t process_ = 0;
 };
 

@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
+#include <thread>
 
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/KeyRecovery.h"
@@ -22,6 +24,7 @@ using namespace std::chrono_literals;
 // How long the guard may stand still with the gate closed, and how often that is checked.
 constexpr std::chrono::nanoseconds patience = 500ms;
 constexpr std::chrono::milliseconds checkInterval = 100ms;
+constexpr std::chrono::milliseconds longestDisconnection = 200ms;
 
 class Watchdog {
  public:
@@ -31,10 +34,11 @@ class Watchdog {
   // Returns when the guard is gone and its keys are released, or when the server is gone.
   void run() {
     for (;;) {
-      pollfd sources[] = {{watchdogPipeDescriptor, POLLIN, 0}, {connection_.fileDescriptor(), POLLIN, 0}};
+      pollfd sources[] = {{watchdogStreamDescriptor, POLLIN, 0}, {connection_.fileDescriptor(), POLLIN, 0}};
       const bool isGateClosed = board_.isGateClosed.load(std::memory_order_acquire);
       poll(sources, 2, isGateClosed ? static_cast<int>(checkInterval.count()) : -1);
       if (sources[0].revents != 0 && !guardIsAlive()) {
+        awaitDisconnection();
         releaseStrandedKeys(connection_, board_.emittedKeys());
         return;
       }
@@ -48,11 +52,21 @@ class Watchdog {
   // Reads the wake-up calls. The end of the stream is the end of the guard.
   static bool guardIsAlive() {
     char calls[64];
-    return read(watchdogPipeDescriptor, calls, sizeof calls) != 0;
+    return read(watchdogStreamDescriptor, calls, sizeof calls) != 0;
   }
 
   void discardEvents() {
     while (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(connection_)}) {
+    }
+  }
+
+  // The keyboards are back among the others once the server has noticed that the guard's connection is gone.
+  void awaitDisconnection() {
+    const std::uint32_t resource = board_.resource.load(std::memory_order_relaxed);
+    const auto end = std::chrono::steady_clock::now() + longestDisconnection;
+    while (resource != XCB_NONE && std::chrono::steady_clock::now() < end &&
+           replyTo(connection_, xcb_get_geometry_reply, xcb_get_geometry(connection_, resource))) {
+      std::this_thread::sleep_for(1ms);
     }
   }
 
@@ -63,6 +77,7 @@ class Watchdog {
     if (!isOverdue || beat == beatAtRescue_ || !board_.isGateClosed.load(std::memory_order_acquire)) return;
     beatAtRescue_ = beat;
     cutConnection();
+    awaitDisconnection();
     releaseStrandedKeys(connection_, board_.emittedKeys());
   }
 
@@ -86,6 +101,8 @@ class Watchdog {
 }  // namespace
 
 int main() {
+  // What ends a whole session must not end the watchdog before the guard. The end of the guard does.
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_IGN);
   const pid_t guard = getppid();
   void* shared = mmap(nullptr, sizeof(WatchdogBoard), PROT_READ, MAP_SHARED, watchdogBoardDescriptor, 0);
   if (shared == MAP_FAILED) return 1;

@@ -36,10 +36,10 @@ TEST_F(KeyQueueTest, KeysLeaveInTypingOrderWhateverTheOrderOfTheirRelease) {
   const auto first = arrive(10, State::held);
   const auto second = arrive(11, State::held);
   const auto third = arrive(12, State::held);
-  queue.post(third, 1);
-  queue.post(second, 1);
+  queue.post(third);
+  queue.post(second);
   EXPECT_EQ(release(), std::vector<int>{});
-  queue.post(first, 1);
+  queue.post(first);
   EXPECT_EQ(release(), (std::vector<int>{10, 11, 12}));
   EXPECT_TRUE(queue.isEmpty());
 }
@@ -57,24 +57,22 @@ TEST_F(KeyQueueTest, APassedKeyWaitsForTheHeldOnesBeforeItOnly) {
 TEST_F(KeyQueueTest, AKeyHeldOnceMoreKeepsItsPlace) {
   const auto first = arrive(10, State::held);
   const auto second = arrive(11, State::held);
-  queue.post(first, 1);
+  queue.post(first);
   ASSERT_TRUE(queue.ready());
   queue.holdFirstAgain();
-  queue.post(second, 1);
+  queue.post(second);
   EXPECT_EQ(release(), std::vector<int>{});
-  queue.post(first, 2);
-  ASSERT_TRUE(queue.ready());
-  EXPECT_EQ(queue.ready()->destination, 2);
+  queue.post(first);
   EXPECT_EQ(release(), (std::vector<int>{10, 11}));
 }
 
 TEST_F(KeyQueueTest, WhatIsNotHeldCannotBePostedOrDropped) {
   const auto passed = arrive(10, State::passed, 1);
   queue.drop(passed);
-  queue.post(passed, 2);
-  queue.post(77, 1);
+  queue.post(passed);
+  queue.post(77);
   ASSERT_TRUE(queue.ready());
-  EXPECT_EQ(queue.ready()->destination, 1);
+  EXPECT_EQ(queue.ready()->state, State::passed);
   EXPECT_EQ(release(), (std::vector<int>{10}));
 }
 
@@ -89,14 +87,14 @@ TEST(HeldKeys, ACopyIsPostedOnceOrDroppedAndNeverCopiedAgain) {
     EXPECT_EQ(copy->flags(), kCGEventFlagMaskShift);
     EXPECT_FALSE(posted.copy());
     EXPECT_FALSE(copy->copy());
-    static_cast<HeldKey&>(*copy).post(42);
-    static_cast<HeldKey&>(*copy).post(43);
+    static_cast<HeldKey&>(*copy).post();
+    static_cast<HeldKey&>(*copy).post();
     ASSERT_TRUE(dropped.copy());
   }
   const auto messages = inbox->takeAll();
   ASSERT_EQ(messages.size(), 2u);
   EXPECT_TRUE(messages[0].isPosted);
-  EXPECT_EQ(messages[0].destination, 42);
+  EXPECT_EQ(messages[0].ordinal, 1u);
   EXPECT_FALSE(messages[1].isPosted);
   EXPECT_EQ(messages[1].ordinal, 2u);
 }
@@ -112,7 +110,7 @@ TEST(HeldKeys, CopiesThatOutliveTheirGateGoNowhere) {
   const KeyStroke stroke = press(10);
   auto copy = TapEvent(stroke, 1, inbox, false).copy();
   inbox->close();
-  static_cast<HeldKey&>(*copy).post(1);
+  static_cast<HeldKey&>(*copy).post();
   copy.reset();
   EXPECT_TRUE(inbox->takeAll().empty());
 }
