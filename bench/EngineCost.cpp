@@ -117,6 +117,7 @@ Row measureWhitelistCheck() {
   constexpr std::size_t entries = 100;
   constexpr std::size_t checks = 2000;
   const stage::TemporaryFolder folder;
+  // No other thread is there that could read the environment meanwhile. NOLINTNEXTLINE(concurrency-mt-unsafe)
   if (::setenv("XDG_CONFIG_HOME", folder.path().c_str(), 1) != 0) throw std::runtime_error("no environment");
   MinimalDesktop desktop;
   const platform::InstalledDesktop installed(desktop);

@@ -3,9 +3,9 @@
 #include <sys/mount.h>
 
 #include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 #include "Scene.h"
 
@@ -124,10 +124,12 @@ class SmallDisk {
   }
   bool isMounted() const { return isMounted_; }
   int error() const { return error_; }
-  void fill() const { std::ofstream(folder_ / "ballast") << std::string(128 * 1024, 'x') << std::flush; }
+  void fill() const { std::ofstream(folder_ / "ballast") << std::string(twiceItsSize, 'x') << std::flush; }
   void empty() const { std::filesystem::remove(folder_ / "ballast"); }
 
  private:
+  static constexpr std::size_t twiceItsSize = 131072;
+
   path folder_;
   bool isMounted_ = false;
   int error_ = 0;
@@ -137,7 +139,8 @@ TEST(FullDisk, KeepsTheOldLogAndIsReported) {
   Scene scene(WindowManager::openbox);
   const auto file = blockedEventsFile(scene.desktop);
   const SmallDisk disk(file.parent_path());
-  if (!disk.isMounted()) GTEST_SKIP() << "no file system may be mounted here: " << std::strerror(disk.error());
+  if (!disk.isMounted())
+    GTEST_SKIP() << "no file system may be mounted here: " << std::generic_category().message(disk.error());
   scene.beginGuarding();
   ASSERT_NO_FATAL_FAILURE(scene.expectWordSurvives(Theft::byRequest, "the disk has room"));
   ASSERT_EQ(blockedEvents(scene.desktop, 1).size(), 1u);

@@ -1,12 +1,10 @@
 #include "Keymap.h"
 
-// The header names a field "explicit".
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 #include <xkbcommon/xkbcommon-x11.h>
 
 #include <stdexcept>
+
+#include "tests/desktop/stage/Xkb.h"
 
 namespace stage {
 

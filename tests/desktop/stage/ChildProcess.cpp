@@ -48,7 +48,7 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, Options opti
   // Everything that allocates happens before the fork: other threads of this process may hold the allocator's lock.
   std::vector<std::string> arguments = command;
   std::vector<std::string> variables;
-  for (const auto& [name, value] : options.environment) variables.push_back(name + '=' + value);
+  for (const auto& [name, value] : options.environment) variables.emplace_back(name).append("=").append(value);
   const auto argv = pointersTo(arguments);
   const auto envp = pointersTo(variables);
   ::signal(SIGPIPE, SIG_IGN);  // a child that died is an error of tell(), not the end of the test

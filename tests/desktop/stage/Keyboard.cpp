@@ -1,14 +1,12 @@
 #include "tests/desktop/stage/Keyboard.h"
 
-// The header names a field "explicit".
-#define explicit explicit_
-#include <xcb/xkb.h>
-#undef explicit
 #include <xcb/xinput.h>
 
 #include <array>
 #include <stdexcept>
 #include <string_view>
+
+#include "tests/desktop/stage/Xkb.h"
 
 namespace stage {
 namespace {

@@ -12,6 +12,11 @@ constexpr int mostChanges = 3000;
 // the greedy search for a shortest edit script.
 using Frontier = std::vector<int>;
 
+// Where positions that are compared with negative ones become places in a list.
+std::size_t place(int position) {
+  return static_cast<std::size_t>(position);
+}
+
 std::vector<Frontier> search(const std::vector<KeyCode>& typed, const std::vector<KeyCode>& arrived) {
   const int typedSize = static_cast<int>(typed.size());
   const int arrivedSize = static_cast<int>(arrived.size());
@@ -19,8 +24,8 @@ std::vector<Frontier> search(const std::vector<KeyCode>& typed, const std::vecto
   // Positions in `arrived`; index `diagonal + changes`.
   Frontier previous;
   for (int changes = 0; changes <= mostChanges; ++changes) {
-    Frontier frontier(static_cast<std::size_t>(2 * changes + 1));
-    const auto reached = [&](int diagonal) { return previous[static_cast<std::size_t>(diagonal + changes - 1)]; };
+    Frontier frontier(2 * place(changes) + 1);
+    const auto reached = [&](int on) { return previous[place(on + changes - 1)]; };
     bool isDone = false;
     for (int diagonal = -changes; diagonal <= changes; diagonal += 2) {
       int x = 0;
@@ -29,11 +34,10 @@ std::vector<Frontier> search(const std::vector<KeyCode>& typed, const std::vecto
             diagonal == changes || (diagonal != -changes && reached(diagonal - 1) + 1 > reached(diagonal + 1));
         x = insert ? reached(diagonal - 1) + 1 : reached(diagonal + 1);
       }
-      while (x < arrivedSize && x - diagonal < typedSize &&
-             arrived[static_cast<std::size_t>(x)] == typed[static_cast<std::size_t>(x - diagonal)]) {
+      while (x < arrivedSize && x - diagonal < typedSize && arrived[place(x)] == typed[place(x - diagonal)]) {
         ++x;
       }
-      frontier[static_cast<std::size_t>(diagonal + changes)] = x;
+      frontier[place(diagonal + changes)] = x;
       if (x >= arrivedSize && x - diagonal >= typedSize) isDone = true;
     }
     history.push_back(frontier);
@@ -63,18 +67,18 @@ Difference difference(const std::vector<KeyCode>& typed, const std::vector<KeyCo
   int x = static_cast<int>(arrived.size());
   int diagonal = x - static_cast<int>(typed.size());
   for (int changes = static_cast<int>(history.size()) - 1; changes > 0; --changes) {
-    const auto& previous = history[static_cast<std::size_t>(changes - 1)];
-    const auto reached = [&](int on) { return previous[static_cast<std::size_t>(on + changes - 1)]; };
+    const auto& previous = history[place(changes - 1)];
+    const auto reached = [&](int on) { return previous[place(on + changes - 1)]; };
     const bool insert =
         diagonal == changes || (diagonal != -changes && reached(diagonal - 1) + 1 > reached(diagonal + 1));
     if (insert) {
       --diagonal;
       x = reached(diagonal);
-      result.surplus.push_back(static_cast<std::size_t>(x));
+      result.surplus.push_back(place(x));
     } else {
       ++diagonal;
       x = reached(diagonal);
-      result.lost.push_back(static_cast<std::size_t>(x - diagonal));
+      result.lost.push_back(place(x - diagonal));
     }
   }
   std::reverse(result.lost.begin(), result.lost.end());
