@@ -34,7 +34,7 @@ QDBusConnection connectToAccessibilityBus() {
 AXObserverRef observe(LinuxAccessibility& accessibility, std::int32_t pid, int& count) {
   const auto created = accessibility.createObserver(
       pid, [](AXObserver&, const AXUIElement&, const std::string&, void* refcon) { ++*static_cast<int*>(refcon); });
-  const auto observer = std::get<AXObserverRef>(created);
+  auto observer = std::get<AXObserverRef>(created);
   const auto element = std::make_shared<const AXUIElement>(pid);
   EXPECT_EQ(observer->addNotification(element, "AXTitleChanged", &count), AXError::notificationUnsupported);
   EXPECT_EQ(observer->addNotification(element, kAXApplicationActivatedNotification, &count), AXError::success);
