@@ -93,19 +93,31 @@ TEST_F(EventRouterTest, WithNobodyInFrontThereIsNothingToCompare) {
   EXPECT_EQ(buffer_->count(), 2);
 }
 
-TEST_F(EventRouterTest, KeysThatArePostedByTheProgramNeverStartACapture) {
+TEST_F(EventRouterTest, KeysPostedToWhoeverIsNotedAsFrontmostStartNoCapture) {
   typeIntoTheEditorForTheFirstTime();
   desktop_.setFrontmost(dialog_);
   desktop_.type("ab");
   desktop_.setFrontmost(editor_);
   desktop_.clearLog();
+  router_->noteFrontmost(editor_.processIdentifier());
   EXPECT_EQ(buffer_->replay(), 4);
   desktop_.settle();
   EXPECT_EQ(buffer_->mode(), BufferMode::passThrough);
-  // The editor counts as the application in front from then on.
   desktop_.type("c");
   EXPECT_EQ(desktop_.textIn(editor_), "-abc");
   EXPECT_EQ(desktop_.timesLogged("⏸️  EventRouter started speculative capture on PID change"), 0u);
+}
+
+TEST_F(EventRouterTest, KeysPostedWhileAThiefIsBackInFrontAreHeldOnceMore) {
+  typeIntoTheEditorForTheFirstTime();
+  desktop_.setFrontmost(dialog_);
+  desktop_.type("ab");
+  router_->noteFrontmost(editor_.processIdentifier());
+  EXPECT_EQ(buffer_->replay(), 4);
+  desktop_.settle();
+  EXPECT_EQ(desktop_.textIn(dialog_), "");
+  EXPECT_EQ(buffer_->mode(), BufferMode::speculative);
+  EXPECT_EQ(buffer_->count(), 4);
 }
 
 TEST_F(EventRouterTest, WhoeverIsNotedAsFrontmostMakesTheNextKeyElsewhereAChange) {
