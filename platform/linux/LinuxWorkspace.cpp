@@ -87,6 +87,11 @@ bool LinuxWorkspace::activate(pid_t process) {
   if (window == XCB_WINDOW_NONE || time == XCB_CURRENT_TIME) return false;
   if (windowManagerActivates(connection_)) {
     requestActivation(connection_, window, time);
+    // A window manager that has not noticed yet that the focus was taken believes the window active, and does nothing.
+    if (numberOf(connection_, connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW) == window) {
+      xcb_set_input_focus(connection_, XCB_INPUT_FOCUS_PARENT, window, time);
+      xcb_flush(connection_);
+    }
   } else {
     focusWithoutWindowManager(connection_, window, time);
   }
