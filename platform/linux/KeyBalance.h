@@ -8,8 +8,8 @@
 
 namespace platform::linux_desktop {
 
-// Pure bookkeeping, no X. It says what has to be emitted so that no key stays down that no finger holds, and no
-// modifier is up that one does. Not thread-safe.
+// Pure bookkeeping, no X. It says what has to be emitted so that the server has down what the fingers hold. Not
+// thread-safe.
 class KeyBalance {
  public:
   struct Emission {
@@ -31,10 +31,11 @@ class KeyBalance {
   // The event shall go to the applications now. Returns what has to be emitted for it: nothing for the release of a key
   // that is up, a release before a press of a key that is down already.
   std::vector<Emission> emit(KeyCode key, bool isPress);
-  // Evens out what drops have left behind. `isPending(key)` tells that an event of the key is still to come, so that
-  // its balance is not due yet; `isModifier(key)` that it is worth pressing again.
-  template <class IsPending, class IsModifier>
-  std::vector<Emission> settle(const IsPending& isPending, const IsModifier& isModifier);
+  // Evens out what drops have left behind: a key that is still held when its press is dropped goes down after all, as
+  // the user sees it down. `isPending(key)` tells that an event of the key is still to come, so that its balance is not
+  // due yet.
+  template <class IsPending>
+  std::vector<Emission> settle(const IsPending& isPending);
 
   // For the end: what releases all keys that are down through our own emissions.
   std::vector<Emission> releaseEmitted();
@@ -53,8 +54,8 @@ class KeyBalance {
   KeySet emitted_;
 };
 
-template <class IsPending, class IsModifier>
-std::vector<KeyBalance::Emission> KeyBalance::settle(const IsPending& isPending, const IsModifier& isModifier) {
+template <class IsPending>
+std::vector<KeyBalance::Emission> KeyBalance::settle(const IsPending& isPending) {
   std::vector<Emission> emissions;
   const KeySet down = fingers();
   const KeySet different = down ^ server_;
@@ -64,7 +65,7 @@ std::vector<KeyBalance::Emission> KeyBalance::settle(const IsPending& isPending,
     if (!different[i] || isPending(key)) continue;
     if (server_[i]) {
       release(key, emissions);
-    } else if (isModifier(key)) {
+    } else {
       press(key, emissions);
     }
   }

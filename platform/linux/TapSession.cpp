@@ -360,8 +360,7 @@ void TapSession::emit(const std::vector<KeyBalance::Emission>& emissions) {
 }
 
 void TapSession::settle() {
-  emit(balance_.settle([this](KeyCode key) { return queue_.contains(key); },
-                       [this](KeyCode key) { return roles_.isModifier(key); }));
+  emit(balance_.settle([this](KeyCode key) { return queue_.contains(key); }));
 }
 
 }  // namespace platform::linux_desktop
