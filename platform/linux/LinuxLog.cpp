@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxLog.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
@@ -10,6 +11,7 @@
 #include <cstdio>
 #include <ctime>
 
+#include "platform/linux/FileDescriptor.h"
 #include "platform/linux/LogText.h"
 #include "platform/linux/WorkerThreads.h"
 
@@ -78,10 +80,12 @@ void blockSignals() {
 }  // namespace
 
 LinuxLog::LinuxLog(std::string subsystem, int descriptor) {
-  thread_ = std::thread([queue = queue_, subsystem = std::move(subsystem), descriptor] {
+  // The thread may have to be left behind: what it writes to must not become somebody else's file under it.
+  FileDescriptor own(::fcntl(descriptor, F_DUPFD_CLOEXEC, 0));
+  thread_ = std::thread([queue = queue_, subsystem = std::move(subsystem), own = std::move(own)] {
     nameThisThread("log");
     blockSignals();
-    writeLines(*queue, subsystem, descriptor);
+    writeLines(*queue, subsystem, own.get());
   });
   for (std::size_t i = 0; i < logCategoryCount; ++i) {
     enabledLogLevels[i].store(levelsThatAreOn(static_cast<LogCategory>(i)), std::memory_order_relaxed);

@@ -21,7 +21,7 @@ namespace platform::linux_desktop {
 // or a pipe. If those do not keep up, messages are dropped and their number is written instead.
 class LinuxLog : public LogSink {
  public:
-  // Made once the application object is there.
+  // Made once the application object is there. Keeps a duplicate of `descriptor`, which stays the caller's.
   LinuxLog(std::string subsystem, int descriptor);
   // Gives the thread a second to write what waits.
   ~LinuxLog() override;

@@ -81,6 +81,7 @@ TEST_P(Layouts, WriteDuringATheftWhatTheyWriteOtherwise) {
     // A modifier by itself starts no capture: its press may have gone to the thief, and counts all the same.
     ASSERT_TRUE(eventually([&] { return symbols().size() >= expected.size(); })) << scene.account();
     EXPECT_EQ(symbols(), expected) << "during " << nameOf(theft);
+    scene.startAfresh();
     ASSERT_NO_FATAL_FAILURE(scene.waitUntilGateOpens());
     EXPECT_EQ(symbolOf(keyY), symbolZ) << "after " << nameOf(theft);
   }
