@@ -26,7 +26,9 @@ Guard::~Guard() {
 bool Guard::startIfPermitted() {
   permissionsManager_.refreshPermissions();
   if (!permissionsManager_.allPermissionsGranted()) return false;
+  if (isGuarding_) return true;
+  isGuarding_ = engine_->start();
   // An engine without its tap would stay without.
-  if (!engine_->start()) engine_->stop();
-  return true;
+  if (!isGuarding_) engine_->stop();
+  return isGuarding_;
 }

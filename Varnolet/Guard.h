@@ -19,8 +19,8 @@ class Guard {
   // Stops the engine.
   ~Guard();
 
-  // Reads the permissions anew, and starts the engine if both are there and it does not run. False where one is
-  // missing.
+  // Reads the permissions anew, and starts the engine if both are there and it does not run. Whether it runs then; one
+  // that runs stays so.
   bool startIfPermitted();
 
  private:
@@ -29,4 +29,5 @@ class Guard {
   varnoletKit::PermissionsManager permissionsManager_;
   std::shared_ptr<varnoletKit::EventLogManager> eventLogManager_;
   std::shared_ptr<varnoletKit::FocusGuardEngine> engine_;
+  bool isGuarding_ = false;
 };

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
+#include <utility>
 
 #include "Guard.h"
 #include "TerminationSignals.h"
@@ -20,13 +21,9 @@ enum ExitCode { ended = 0, displayLost = 1, noDisplay = 2 };
 // After the window manager had the time to show what it can do.
 constexpr auto launchDelay = std::chrono::milliseconds(100);
 
-void startOrExplain(Guard& guard) {
-  if (guard.startIfPermitted()) return;
-  std::fputs(
-      "varnolet: not guarding yet. This needs an X11 session with a window manager that can be asked to activate a "
-      "window (_NET_ACTIVE_WINDOW), XInput 2.2 and XTEST.\n",
-      stderr);
-}
+constexpr char explanation[] =
+    "varnolet: not guarding yet. This needs an X11 session (under Wayland no program can watch the keyboard) with a "
+    "window manager that can be asked to activate a window (_NET_ACTIVE_WINDOW), XInput 2.2 and XTEST.\n";
 
 }  // namespace
 
@@ -52,8 +49,12 @@ int main(int argc, char** argv) {
   int exitCode = ended;
   {
     Guard guard;
-    const auto launch = platform::runOnMainThreadAfter(launchDelay, [&guard] { startOrExplain(guard); });
-    desktop->setWindowManagerHandler([&guard] { startOrExplain(guard); });
+    bool isExplained = false;
+    const auto startOrExplain = [&guard, &isExplained] {
+      if (!guard.startIfPermitted() && !std::exchange(isExplained, true)) std::fputs(explanation, stderr);
+    };
+    const auto launch = platform::runOnMainThreadAfter(launchDelay, startOrExplain);
+    desktop->setWindowManagerHandler(startOrExplain);
     exitCode = QCoreApplication::exec();
     desktop->setWindowManagerHandler(nullptr);
   }

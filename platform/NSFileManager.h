@@ -24,6 +24,8 @@ class NSFileManager {
 
   // The user's own folders for application data, the preferred one first. May be empty.
   virtual std::vector<std::filesystem::path> applicationSupportDirectories() = 0;
+  // The root folder for a user who has no home.
+  virtual std::filesystem::path homeDirectoryForCurrentUser() = 0;
 
   // Each answers with the error, or with nothing when it succeeded.
   // Creates missing parents too; folders that it creates are private to the user.

@@ -1,10 +1,5 @@
 #include "varnoletKit/EventLogManager.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
-#include <array>
-#include <cstdlib>
 #include <limits>
 #include <string>
 #include <utility>
@@ -21,20 +16,11 @@ namespace {
 constexpr platform::Logger focusLog(platform::LogCategory::focus);
 constexpr platform::Logger lifecycleLog(platform::LogCategory::lifecycle);
 
-// From the environment, else from the password entry; the root folder for a user who has no home.
-std::filesystem::path homeDirectory() {
-  const char* home = std::getenv("HOME");  // NOLINT(concurrency-mt-unsafe): nothing here changes the environment
-  if (home && *home != '\0') return home;
-  passwd entry{};
-  passwd* found = nullptr;
-  std::array<char, 16384> strings{};
-  getpwuid_r(getuid(), &entry, strings.data(), strings.size(), &found);
-  return found ? found->pw_dir : "/";
-}
-
 std::filesystem::path defaultDirectory() {
-  const auto directories = platform::NSFileManager::defaultManager().applicationSupportDirectories();
-  return (directories.empty() ? homeDirectory() / ".local/share" : directories.front()) / "Varnolet";
+  auto& fileManager = platform::NSFileManager::defaultManager();
+  const auto directories = fileManager.applicationSupportDirectories();
+  return (directories.empty() ? fileManager.homeDirectoryForCurrentUser() / ".local/share" : directories.front()) /
+         "Varnolet";
 }
 
 // The distant past, where the calendar has no such day.

@@ -76,6 +76,10 @@ std::vector<std::filesystem::path> LinuxFileManager::applicationSupportDirectori
   return {*folder};
 }
 
+std::filesystem::path LinuxFileManager::homeDirectoryForCurrentUser() {
+  return homeFolder().value_or("/");
+}
+
 std::optional<NSError> LinuxFileManager::createDirectory(const std::filesystem::path& folder) {
   std::filesystem::path path;
   for (const auto& part : folder) {

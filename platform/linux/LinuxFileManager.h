@@ -8,6 +8,7 @@ namespace platform::linux_desktop {
 class LinuxFileManager : public NSFileManager {
  public:
   std::vector<std::filesystem::path> applicationSupportDirectories() override;
+  std::filesystem::path homeDirectoryForCurrentUser() override;
   std::optional<NSError> createDirectory(const std::filesystem::path& folder) override;
   std::optional<NSError> writeAtomically(const std::filesystem::path& file, const std::string& bytes) override;
   std::optional<NSError> moveItem(const std::filesystem::path& from, const std::filesystem::path& to) override;

@@ -80,6 +80,10 @@ std::vector<path> Files::applicationSupportDirectories() {
   return applicationSupportDirectories_;
 }
 
+path Files::homeDirectoryForCurrentUser() {
+  return "/home/user";
+}
+
 std::optional<NSError> Files::createDirectory(const path& folder) {
   const std::lock_guard lock(mutex_);
   if (folderFailure_) return errorOf(folderFailure_);
