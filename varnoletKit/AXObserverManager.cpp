@@ -106,20 +106,21 @@ void AXObserverManager::registerObserver(std::int32_t pid) {
 }
 
 std::optional<AXObserverManager::Registration> AXObserverManager::createRegistration(std::int32_t pid) {
-  auto created = platform::AXObserverCreate(pid, axObserverCallback);
-  if (const auto* error = std::get_if<platform::AXError>(&created)) {
-    focusLog.debug("Failed to create AXObserver for PID %d: %d", pid, static_cast<std::int32_t>(*error));
+  const auto created = platform::AXObserverCreate(pid, axObserverCallback);
+  const auto* observer = std::get_if<platform::AXObserverRef>(&created);
+  if (!observer || !*observer) {
+    const auto error = observer ? platform::AXError::success : std::get<platform::AXError>(created);
+    focusLog.debug("Failed to create AXObserver for PID %d: %d", pid, static_cast<std::int32_t>(error));
     return std::nullopt;
   }
-  const auto& observer = std::get<platform::AXObserverRef>(created);
   auto refcon = std::make_unique<std::int32_t>(pid);
-  const auto error = platform::AXObserverAddNotification(observer, platform::AXUIElementCreateApplication(pid),
+  const auto error = platform::AXObserverAddNotification(*observer, platform::AXUIElementCreateApplication(pid),
                                                          platform::kAXApplicationActivatedNotification, refcon.get());
   if (error != platform::AXError::success) {
     focusLog.debug("Failed to add AX notification for PID %d: %d", pid, static_cast<std::int32_t>(error));
     return std::nullopt;
   }
-  return Registration{std::move(refcon), observer};
+  return Registration{std::move(refcon), *observer};
 }
 
 // One that a launch or the background was quicker to register keeps its place.
@@ -166,6 +167,7 @@ platform::DetachedTask AXObserverManager::postActivationLater(std::int32_t pid) 
 }
 
 void AXObserverManager::postActivation(std::int32_t pid) {
+  assert(platform::isMainThread());
   focusLog.debug("AXObserver: activation detected for PID %d", pid);
   platform::NSNotificationCenter::defaultCenter().postNotification(
       {std::string(applicationIdentifier) + ".axActivationDetected", {{"pid", pid}}});

@@ -32,7 +32,9 @@ EventTapManager::EventTapManager(std::weak_ptr<EventTapDelegate> delegate)
     : queue_(platform::dispatchQueueCreate(std::string(applicationIdentifier) + ".eventtap",
                                            platform::QualityOfService::userInteractive)),
       tap_(std::make_shared<Tap>()),
-      context_{std::move(delegate)} {}
+      context_{std::move(delegate)} {
+  assert(platform::isMainThread());
+}
 
 EventTapManager::~EventTapManager() {
   stop();
@@ -65,6 +67,7 @@ void EventTapManager::stop() {
 }
 
 void EventTapManager::reenable() {
+  assert(platform::isMainThread());
   const auto port = machPort();
   if (!port || platform::CGEventTapIsEnabled(port)) return;
   platform::CGEventTapEnable(port, true);
@@ -72,6 +75,7 @@ void EventTapManager::reenable() {
 }
 
 bool EventTapManager::isActive() const {
+  assert(platform::isMainThread());
   const auto port = machPort();
   return port && platform::CGEventTapIsEnabled(port);
 }

@@ -39,6 +39,7 @@ FocusChangeObserver::FocusChangeObserver(std::shared_ptr<GestureDetecting> gestu
 }
 
 FocusChangeObserver::~FocusChangeObserver() {
+  assert(platform::isMainThread());
   removeObserver();
 }
 
@@ -77,6 +78,21 @@ void FocusChangeObserver::updateBlessedApp(std::optional<NSRunningApplication> a
   blessedApp_ = std::move(app);
 }
 
+void FocusChangeObserver::setEventRouter(std::shared_ptr<EventRouter> eventRouter) {
+  assert(platform::isMainThread());
+  eventRouter_ = std::move(eventRouter);
+}
+
+void FocusChangeObserver::reactivationBegan() {
+  assert(platform::isMainThread());
+  ++reactivationsInFlight_;
+}
+
+void FocusChangeObserver::reactivationEnded() {
+  assert(platform::isMainThread() && reactivationsInFlight_ > 0);
+  --reactivationsInFlight_;
+}
+
 void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   assert(platform::isMainThread());
   if (!state_->isEnabled()) {
@@ -91,9 +107,9 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   focusLog.info("🔍 Classification: %s for %s", isUserInitiated ? "USER-INITIATED" : "PROGRAMMATIC", name);
 
   // The blessed app coming back is never a theft. While a theft is being undone it is how that succeeds, and the held
-  // keys wait for the replay, which also counts them.
+  // keys wait for the replay, which also counts them. Later than that, nobody else would give them to it.
   const bool isBlessedApp = blessedApp_ == app;
-  if (isBlessedApp && state_->isIntercepting()) return;
+  if (isBlessedApp && reactivationsInFlight_ > 0) return;
 
   if (isUserInitiated) {
     focusLog.info("✅ User-initiated activation: %s (%s)", name, bundleID);
@@ -115,6 +131,7 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
 
 void FocusChangeObserver::accept(const NSRunningApplication& app, const std::string& name,
                                  void (FocusChangeDelegate::*outcome)(const NSRunningApplication&)) {
+  if (eventRouter_) eventRouter_->noteFrontmost(app.processIdentifier());
   const std::int64_t flushed = keystrokeBuffer_->flush();
   focusLog.info("💨 Flushed %ld buffered keystroke(s) to %s", flushed, name);
   blessedApp_ = app;

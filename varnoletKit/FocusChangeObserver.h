@@ -8,6 +8,7 @@
 
 #include "platform/NSNotificationCenter.h"
 #include "platform/NSRunningApplication.h"
+#include "varnoletKit/EventRouter.h"
 #include "varnoletKit/FocusChangeDelegate.h"
 #include "varnoletKit/FocusGuardState.h"
 #include "varnoletKit/GestureDetecting.h"
@@ -40,6 +41,15 @@ class FocusChangeObserver final : public std::enable_shared_from_this<FocusChang
   const std::optional<platform::NSRunningApplication>& blessedApp() const { return blessedApp_; }
   void updateBlessedApp(std::optional<platform::NSRunningApplication> app);
 
+  // Is told of every accepted application before the keys are released to it: they pass the tap once more, and must not
+  // be taken for those of a stranger there.
+  void setEventRouter(std::shared_ptr<EventRouter> eventRouter);
+
+  // While the blessed app is being brought back, its activation leaves the held keys to the replay. Each beginning has
+  // its end; they may overlap.
+  void reactivationBegan();
+  void reactivationEnded();
+
  private:
   void handleActivation(const platform::NSRunningApplication& app);
   void accept(const platform::NSRunningApplication& app, const std::string& name,
@@ -54,7 +64,9 @@ class FocusChangeObserver final : public std::enable_shared_from_this<FocusChang
   const std::weak_ptr<FocusChangeDelegate> delegate_;
   std::optional<platform::NSNotificationCenter::ObserverToken> notificationToken_;
   const std::shared_ptr<KeystrokeBuffer> keystrokeBuffer_;
+  std::shared_ptr<EventRouter> eventRouter_;
   std::optional<platform::NSRunningApplication> blessedApp_;
+  int reactivationsInFlight_ = 0;
 };
 
 }  // namespace varnoletKit

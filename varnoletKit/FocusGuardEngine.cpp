@@ -54,6 +54,7 @@ FocusGuardEngine::FocusGuardEngine(std::int64_t gestureWindowMs, std::int64_t bu
   focusChangeSink_ = std::make_shared<FocusChangeSink>();
   focusChangeObserver_ = std::make_shared<FocusChangeObserver>(
       gestureDetector_, std::move(whitelistChecker), gestureWindowMs, state_, focusChangeSink_, keystrokeBuffer_);
+  focusChangeObserver_->setEventRouter(eventRouter_);
 }
 
 bool FocusGuardEngine::start() {
@@ -90,6 +91,7 @@ void FocusGuardEngine::handleProgrammaticTheft(const NSRunningApplication& thief
   focusLog.info("🔴 handleProgrammaticTheft called - thief: %s, blessed: %s", nameOf(thief), nameOf(blessedApp));
   beginIntercept(thief);
   focusLog.info("🛡️  Beginning intercept for %s → %s", nameOf(thief), nameOf(blessedApp));
+  focusChangeObserver_->reactivationBegan();
   platform::runOnMainThread([weak = weak_from_this(), thief, blessedApp] {
     if (auto engine = weak.lock()) undoTheft(std::move(engine), thief, blessedApp);
   });
@@ -106,13 +108,15 @@ void FocusGuardEngine::beginIntercept(const NSRunningApplication& thief) {
 platform::DetachedTask FocusGuardEngine::undoTheft(std::shared_ptr<FocusGuardEngine> engine, NSRunningApplication thief,
                                                    NSRunningApplication blessedApp) {
   const ReactivationResult result = co_await engine->reactivationManager_.reactivate(blessedApp);
+  engine->focusChangeObserver_->reactivationEnded();
   if (const auto* success = std::get_if<ReactivationResult::success>(&result.value)) {
     engine->blockSucceeded(thief, blessedApp, success->latencyMs);
   } else if (std::holds_alternative<ReactivationResult::appTerminated>(result.value)) {
     engine->keystrokeBuffer_->cancelCapture();
     engine->acceptFrontmost();
   }
-  // Not confirmed: the keys stay held until the buffer's timeout or a click of the user ends the intercept.
+  // Not confirmed: the keys stay held for the blessed app, should it come back by itself, until the buffer's timeout or
+  // a click of the user ends the intercept.
 }
 
 void FocusGuardEngine::blockSucceeded(const NSRunningApplication& thief, const NSRunningApplication& blessedApp,
@@ -120,6 +124,8 @@ void FocusGuardEngine::blockSucceeded(const NSRunningApplication& thief, const N
   // Before the first key goes out: the same thief, should it be back by then, must not pass for the one in front.
   eventRouter_->noteFrontmost(blessedApp.processIdentifier());
   const std::int64_t replayed = keystrokeBuffer_->replay();
+  // And once more: a key that was decided on meanwhile may have left another process noted.
+  eventRouter_->noteFrontmost(blessedApp.processIdentifier());
   state_->setIsIntercepting(false);
   const BlockedEvent event{
       .id = platform::newUUID(),
@@ -132,7 +138,8 @@ void FocusGuardEngine::blockSucceeded(const NSRunningApplication& thief, const N
       .reactivationLatencyMs = latencyMs,
   };
   if (eventLogger_) eventLogger_->log(event);
-  if (onBlockOccurred) onBlockOccurred(event);
+  // A copy, because the one that is called may replace it.
+  if (const auto report = onBlockOccurred) report(event);
 }
 
 void FocusGuardEngine::keystrokeBufferDidTimeout() {

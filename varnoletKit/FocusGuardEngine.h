@@ -76,13 +76,14 @@ class FocusGuardEngine final : public KeystrokeBufferDelegate, public std::enabl
   std::shared_ptr<KeystrokeBuffer> keystrokeBuffer_;
   ReactivationManager reactivationManager_;
   std::shared_ptr<AXObserverManager> axObserverManager_;
-  std::unique_ptr<EventTapManager> eventTapManager_;
   std::shared_ptr<FocusChangeObserver> focusChangeObserver_;
   std::shared_ptr<FocusChangeSink> focusChangeSink_;
   std::shared_ptr<EventRouter> eventRouter_;
   const std::shared_ptr<EventLogging> eventLogger_;
   const std::shared_ptr<FocusGuardState> state_;
   bool isRunning_ = false;
+  // The last: the tap's thread ends before anything that it uses is gone.
+  std::unique_ptr<EventTapManager> eventTapManager_;
 };
 
 }  // namespace varnoletKit

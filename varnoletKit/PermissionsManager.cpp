@@ -36,20 +36,20 @@ PermissionsManager::PermissionsManager() {
 
 void PermissionsManager::refreshPermissions() {
   assert(platform::isMainThread());
-  const bool accessibility = platform::AXIsProcessTrusted();
-  const bool inputMonitoring = canCreateEventTap();
-  registrar_.write(accessibilityGranted_, accessibility);
-  registrar_.write(inputMonitoringGranted_, inputMonitoring);
-  permissionsLog.standard("Permissions — Accessibility: %{bool}d, Input Monitoring: %{bool}d", accessibility,
-                          inputMonitoring);
+  registrar_.write(accessibilityGranted_, platform::AXIsProcessTrusted());
+  registrar_.write(inputMonitoringGranted_, canCreateEventTap());
+  permissionsLog.standard("Permissions — Accessibility: %{bool}d, Input Monitoring: %{bool}d", accessibilityGranted_,
+                          inputMonitoringGranted_);
 }
 
 void PermissionsManager::openAccessibilitySettings() {
+  assert(platform::isMainThread());
   platform::NSWorkspace::sharedWorkspace().openURL(
       "x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility");
 }
 
 void PermissionsManager::openInputMonitoringSettings() {
+  assert(platform::isMainThread());
   platform::NSWorkspace::sharedWorkspace().openURL(
       "x-apple.systempreferences:com.apple.preference.security?Privacy_ListenEvent");
 }

@@ -153,8 +153,9 @@ TEST_F(FocusChangeObserverTest, TheBlessedAppComingBackByItselfIsAcceptedAndNoTh
                                  info("💨 Flushed 1 buffered keystroke(s) to Editor")));
 }
 
-TEST_F(FocusChangeObserverTest, TheBlessedAppComingBackDuringAnInterceptLeavesTheKeysToTheReplay) {
-  state_->setIsIntercepting(true);
+TEST_F(FocusChangeObserverTest, TheBlessedAppBroughtBackLeavesTheKeysToTheReplayUntilTheLastReactivationHasEnded) {
+  observer_->reactivationBegan();
+  observer_->reactivationBegan();
   for (const bool recentGesture : {false, true}) {
     gestures_->recent = recentGesture;
     typeHeldKey();
@@ -164,6 +165,12 @@ TEST_F(FocusChangeObserverTest, TheBlessedAppComingBackDuringAnInterceptLeavesTh
   EXPECT_THAT(delegate_->outcomes, IsEmpty());
   EXPECT_EQ(buffer_->count(), 2);
   EXPECT_EQ(buffer_->mode(), BufferMode::speculative);
+  observer_->reactivationEnded();
+  activate(editor_);
+  EXPECT_EQ(buffer_->count(), 2);
+  observer_->reactivationEnded();
+  activate(editor_);
+  EXPECT_EQ(desktop_.textIn(editor_), "aa");
 }
 
 TEST_F(FocusChangeObserverTest, WhilePausedActivationsLeaveNoTrace) {

@@ -226,6 +226,19 @@ TEST_F(FocusGuardEngineTest, AnUnconfirmedInterceptStaysOpenUntilTheBuffersTimeo
   EXPECT_TRUE(told_.empty());
 }
 
+TEST_F(FocusGuardEngineTest, ABlessedAppThatComesBackLateGetsItsKeysAllTheSame) {
+  startGuarding(800);
+  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
+  stealDuring(thief_, "a");
+  desktop_.advance(600ms);
+  desktop_.activate(editor_);
+  desktop_.settle();
+  EXPECT_EQ(textIn(editor_), "-a");
+  desktop_.advance(1s);
+  EXPECT_FALSE(state_->isIntercepting());
+  EXPECT_EQ(state_->blessedApp(), editor_);
+}
+
 TEST_F(FocusGuardEngineTest, AConfirmationAfterTheTimeoutIsStillABlockWithNothingToReplay) {
   startGuarding(50);
   stealDuring(thief_, "a");
