@@ -65,12 +65,13 @@ Samples measureClosedRound(Bench& bench, const path& program) {
   return samples;
 }
 
-Samples measureForwarderRound(Bench& bench) {
+// With this program running once more, as one of its yardsticks.
+Samples measureYardstickRound(Bench& bench, const std::string& yardstick) {
   ChildProcess::Options options;
   options.environment = bench.desktop.environment();
   options.readErrors = true;
-  const ChildProcess forwarder({std::filesystem::read_symlink("/proc/self/exe").string(), "forward"}, options);
-  if (!forwarder.errors().waitFor("ready")) throw std::runtime_error("the forwarder does not start");
+  const ChildProcess process({std::filesystem::read_symlink("/proc/self/exe").string(), yardstick}, options);
+  if (!process.errors().waitFor("ready")) throw std::runtime_error("a yardstick does not start");
   measureKeys(bench.typist, bench.window, 20);
   return measureKeys(bench.typist, bench.window, keysARound);
 }
@@ -95,13 +96,16 @@ std::vector<Row> measureKeyLatency(const path& program, int rounds) {
   Samples idle;
   Samples closed;
   Samples forwarder;
+  Samples listener;
   for (int round = 0; round < rounds; ++round) {
     without.add(measureKeys(bench.typist, bench.window, keysARound));
     idle.add(measureIdleRound(bench, program));
-    forwarder.add(measureForwarderRound(bench));
+    listener.add(measureYardstickRound(bench, "listen"));
+    forwarder.add(measureYardstickRound(bench, "forward"));
     closed.add(measureClosedRound(bench, program));
   }
   return {latencyRow("Key to window, gate open", idle, "no Varnolet", without, idleLimit),
+          latencyRow("Key to window, gate open", idle, "bare listener", listener, idleLimit),
           latencyRow("Key to window, gate closed", closed, "bare grab and forward", forwarder, closedLimit)};
 }
 

@@ -8,6 +8,7 @@
 #include "DesktopCost.h"
 #include "EngineCost.h"
 #include "Forwarder.h"
+#include "Listener.h"
 #include "tests/desktop/stage/Guard.h"
 
 namespace {
@@ -23,7 +24,8 @@ moves both sides alike. "At most" is the limit of the ratio, or of the value whe
 if every limit was kept.
 
   Key to window, gate open    from a press at the server's hardware keyboard to its arrival in a window, with Varnolet
-                              running and nothing going on; compared with no Varnolet.
+                              running and nothing going on; compared with no Varnolet, and with a program that asks
+                              the server for every key and does nothing with it: nobody can see keys for less.
   Key to window, gate closed  the same while Varnolet holds the keyboard back and decides on every key; compared with
                               a loop that grabs the keyboard and re-emits every key, and does nothing else.
   Theft to focus back         from the moment that the focus is lost to it being back. Half of the thefts are requests
@@ -81,6 +83,7 @@ int main(int count, char** arguments) {
   try {
     const std::string_view first = count > 1 ? arguments[1] : "";
     if (first == "forward") return runForwarder();
+    if (first == "listen") return runListener();
     if (const auto wishes = wishesFrom(count, arguments)) return measure(*wishes);
     std::fputs(usage.data(), first == "--help" ? stdout : stderr);
     return first == "--help" ? 0 : 2;
