@@ -26,7 +26,8 @@ class LinuxDesktop : public Desktop {
   static std::unique_ptr<LinuxDesktop> open(const std::string& applicationIdentifier);
   ~LinuxDesktop() override;
 
-  // Waits for background work and ends the threads. While the desktop is still installed, because the work may use it.
+  // Waits for background work, ends the threads and drops all work that waits, and the coroutines asleep with it. While
+  // the desktop is still installed, because the work may use it.
   void finish() { tasks_.finish(); }
   // Both handlers are called from the event loop: once when the X server is gone, and each time that a window manager
   // begins or ends.

@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxTasks.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace platform::linux_desktop {
 namespace {
@@ -13,8 +14,11 @@ constexpr double longestSleepSeconds = 1e9;
 LinuxTasks::LinuxTasks() : mainThread_(std::this_thread::get_id()), background_("background", backgroundThreads) {}
 
 void LinuxTasks::finish() {
+  assert(isMainThread());
   timers_.finish();
   background_.finish();
+  // What goes may hand over work once more.
+  while (timers_.dropWaiting() || mainThreadQueue_.dropWaiting()) continue;
 }
 
 Date LinuxTasks::dateNow() {

@@ -14,9 +14,11 @@ namespace platform::linux_desktop {
 class LinuxTasks : public TaskServices {
  public:
   LinuxTasks();
+  ~LinuxTasks() override { finish(); }
 
-  // Main thread. Waits for background work and ends the threads: afterwards nothing acts on them any more. To be called
-  // while the desktop is still installed, because the work may use it.
+  // Main thread. Waits for background work and ends the threads: afterwards nothing acts on them any more. Then drops
+  // what waits for its time or for the main thread, and with it the coroutines asleep. To be called while the desktop
+  // is still installed, because the work, and what it holds, may use it.
   void finish();
 
   Date dateNow() override;

@@ -48,11 +48,22 @@ Work MainThreadQueue::takeFirst() {
   if (waiting_.empty()) return nullptr;
   Work work = std::move(waiting_.front());
   waiting_.pop_front();
-  if (waiting_.empty()) {
-    eventfd_t discarded = 0;
-    eventfd_read(wakeUp_.get(), &discarded);
-  }
+  if (waiting_.empty()) noneWaits();
   return work;
+}
+
+bool MainThreadQueue::dropWaiting() {
+  std::deque<Work> dropped;  // destroyed without the lock: what it holds may add work when it goes
+  const std::lock_guard lock(mutex_);
+  if (waiting_.empty()) return false;
+  dropped.swap(waiting_);
+  noneWaits();
+  return true;
+}
+
+void MainThreadQueue::noneWaits() {
+  eventfd_t discarded = 0;
+  eventfd_read(wakeUp_.get(), &discarded);
 }
 
 }  // namespace platform::linux_desktop

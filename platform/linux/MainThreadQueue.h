@@ -17,10 +17,13 @@ class MainThreadQueue {
 
   // Any thread. In the order in which it was added, never inside this call, and also by nested event loops.
   void add(Work work);
+  // Main thread. Destroys all work that waits, undone; false if none did.
+  bool dropWaiting();
 
  private:
   void doWaitingWork();
   Work takeFirst();
+  void noneWaits();
 
   std::mutex mutex_;
   std::deque<Work> waiting_;

@@ -54,6 +54,20 @@ class TimerThread::TimedWork {
   Work work_;
 };
 
+// Work on its way to act. Its end is also that of what the work holds: a handle may keep the rest of it alive.
+class TimerThread::DueWork {
+ public:
+  explicit DueWork(std::shared_ptr<TimedWork> work) : work_(std::move(work)) {}
+  DueWork(const DueWork&) = delete;
+  DueWork& operator=(const DueWork&) = delete;
+  ~DueWork() { work_->cancel(); }
+
+  void act() { work_->act(); }
+
+ private:
+  std::shared_ptr<TimedWork> work_;
+};
+
 class TimerThread::Handle : public ScheduledTask::Pending {
  public:
   Handle(TimerThread& timers, const Key& key, std::shared_ptr<TimedWork> work)
@@ -81,6 +95,16 @@ void TimerThread::finish() {
   }
   changed_.notify_one();
   if (thread_.joinable()) thread_.join();
+}
+
+bool TimerThread::dropWaiting() {
+  std::map<Key, Entry> dropped;
+  {
+    const std::lock_guard lock(mutex_);
+    dropped.swap(waiting_);
+  }
+  for (const auto& [key, entry] : dropped) entry.work->cancel();
+  return !dropped.empty();
 }
 
 ScheduledTask TimerThread::schedule(std::chrono::nanoseconds delay, Work work, MainThreadQueue* destination) {
@@ -121,7 +145,7 @@ void TimerThread::run() {
     waiting_.erase(first);
     lock.unlock();
     if (destination) {
-      destination->add([due = std::move(work)] { due->act(); });
+      destination->add([due = std::make_shared<DueWork>(std::move(work))] { due->act(); });
     } else {
       work->act();
       work = nullptr;

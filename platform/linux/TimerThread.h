@@ -25,13 +25,17 @@ class TimerThread {
 
   // Ends the thread. Work that still waits never acts.
   void finish();
+  // Destroys all work that waits for its time, as if each piece were cancelled; false if none did.
+  bool dropWaiting();
 
-  // Any thread. When due, the work acts on `destination`, or on the timer thread itself if that is null. The handle
-  // must not outlive this object.
+  // Any thread. When due, the work acts on `destination`, or on the timer thread itself if that is null; dropped by the
+  // one or the other, it lets go of what it holds, which may be its own handle. The handle must not outlive this
+  // object.
   ScheduledTask schedule(std::chrono::nanoseconds delay, Work work, MainThreadQueue* destination);
 
  private:
   class TimedWork;
+  class DueWork;
   class Handle;
   struct Entry {
     std::shared_ptr<TimedWork> work;

@@ -4,7 +4,9 @@
 #include <atomic>
 
 #include "EventLoop.h"
+#include "platform/Coroutine.h"
 #include "platform/linux/LinuxTasks.h"
+#include "platform/simulated/SimulatedDesktop.h"
 
 namespace platform::linux_desktop {
 namespace {
@@ -166,6 +168,60 @@ TEST_F(LinuxTasksTest, BackgroundWorkIsDoneOffTheMainThreadAndFinishedBeforeTheE
   }
   tasks.finish();
   EXPECT_EQ(done, 20);
+}
+
+// Real tasks; nothing else of the desktop is needed here.
+class DesktopWithTasks : public simulated::SimulatedDesktop {
+ public:
+  TaskServices& tasks() override { return tasks_; }
+  void finish() { tasks_.finish(); }
+
+ private:
+  LinuxTasks tasks_;
+};
+
+// Counts itself while it lives, and needs the installed desktop when it goes.
+class Held {
+ public:
+  explicit Held(int& living) : living_(living) { ++living_; }
+  Held(const Held&) = delete;
+  Held& operator=(const Held&) = delete;
+  ~Held() {
+    EXPECT_TRUE(isMainThread());
+    runOnMainThread([] { FAIL() << "nothing acts any more"; });
+    --living_;
+  }
+
+ private:
+  int& living_;
+};
+
+Async<void> sleepHolding(std::shared_ptr<Held> held, std::chrono::nanoseconds duration) {
+  co_await sleepOnMainThread(duration);
+  ADD_FAILURE() << "woke up, held " << held.use_count();
+}
+
+DetachedTask awaitSleep(std::shared_ptr<Held> held, std::chrono::nanoseconds duration) {
+  co_await sleepHolding(held, duration);
+}
+
+DetachedTask returnFromBackground(std::shared_ptr<Held> held) {
+  co_await resumeInBackground(QualityOfService::standard);
+  co_await resumeOnMainThread();
+  ADD_FAILURE() << "went on, held " << held.use_count();
+}
+
+TEST(LinuxTasksEnd, CoroutinesThatAreStillAsleepEndWithAllThatTheyHold) {
+  DesktopWithTasks desktop;
+  int living = 0;
+  awaitSleep(std::make_shared<Held>(living), 1h);
+  awaitSleep(std::make_shared<Held>(living), 1ms);
+  returnFromBackground(std::make_shared<Held>(living));
+  const auto timer = runOnMainThreadAfter(1h, [held = std::make_shared<Held>(living)] {});
+  EXPECT_EQ(living, 4);
+  std::this_thread::sleep_for(20ms);  // the second one is due now and waits for this thread
+  desktop.finish();
+  EXPECT_EQ(living, 0);
 }
 
 }  // namespace
