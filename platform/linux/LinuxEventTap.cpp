@@ -2,6 +2,7 @@
 
 #include "platform/Log.h"
 #include "platform/linux/TapSession.h"
+#include "platform/linux/WindowManager.h"
 
 namespace platform::linux_desktop {
 namespace {
@@ -12,16 +13,9 @@ constexpr Logger logger(LogCategory::focus);
 // After a lost connection, until the next attempt.
 constexpr std::chrono::milliseconds reconnectInterval = 250ms;
 
-bool isXwayland(XcbConnection& connection) {
-  constexpr std::string_view name = "XWAYLAND";
-  const auto reply = replyTo(connection, xcb_query_extension_reply,
-                             xcb_query_extension(connection, static_cast<std::uint16_t>(name.size()), name.data()));
-  return reply && reply->present;
-}
-
 bool serverAllowsTaps() {
   const auto connection = XcbConnection::open();
-  return connection && InputDevices(*connection).isSupported() && !isXwayland(*connection);
+  return connection && InputDevices(*connection).isSupported() && !isGuestOfWayland(*connection);
 }
 
 }  // namespace

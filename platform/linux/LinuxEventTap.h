@@ -11,7 +11,7 @@ namespace platform::linux_desktop {
 // A handle to a tap; the work is done by its source, on the thread whose loop holds it.
 class LinuxEventTap final : public CFMachPort {
  public:
-  // Null where the server, or what it offers, allows no tap, or where it is an Xwayland server.
+  // Null where the server, or what it offers, allows no tap, or where it is a guest in a Wayland session.
   static std::shared_ptr<LinuxEventTap> create(CGEventTapOptions options, CGEventMask mask, CGEventTapCallBack callback,
                                                void* userInfo);
 
