@@ -1,11 +1,8 @@
 #include "platform/linux/FocusWatch.h"
 
+#include "platform/linux/WindowProperties.h"
+
 namespace platform::linux_desktop {
-namespace {
-
-constexpr std::uint32_t longestClientList = 4096;
-
-}  // namespace
 
 void FocusWatch::begin() {
   activeWindow_ = connection_.atom("_NET_ACTIVE_WINDOW");
@@ -28,13 +25,7 @@ void FocusWatch::watchFocusOf(xcb_window_t window) {
 }
 
 void FocusWatch::watchFocusOfClients() {
-  const auto list =
-      replyTo(connection_, xcb_get_property_reply,
-              xcb_get_property(connection_, 0, connection_.root(), clientList_, XCB_ATOM_WINDOW, 0, longestClientList));
-  if (!list || list->format != 32) return;
-  const auto* windows = static_cast<const xcb_window_t*>(xcb_get_property_value(list.get()));
-  const auto count = static_cast<std::uint32_t>(xcb_get_property_value_length(list.get())) / sizeof(xcb_window_t);
-  for (std::uint32_t i = 0; i < count; ++i) watchFocusOf(windows[i]);
+  for (const xcb_window_t window : clientWindows(connection_)) watchFocusOf(window);
 }
 
 FocusWatch::Sign FocusWatch::handle(const xcb_generic_event_t& event) {
@@ -76,11 +67,8 @@ std::optional<pid_t> FocusWatch::frontmostProcess() {
 }
 
 std::optional<pid_t> FocusWatch::ownerOfActiveWindow() {
-  const auto active =
-      replyTo(connection_, xcb_get_property_reply,
-              xcb_get_property(connection_, 0, connection_.root(), activeWindow_, XCB_ATOM_WINDOW, 0, 1));
-  if (!active || active->format != 32 || xcb_get_property_value_length(active.get()) < 4) return std::nullopt;
-  return owners_.ownerOf(*static_cast<const xcb_window_t*>(xcb_get_property_value(active.get())));
+  const auto active = numberOf(connection_, connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW);
+  return active ? owners_.ownerOf(*active) : std::nullopt;
 }
 
 }  // namespace platform::linux_desktop
