@@ -51,14 +51,15 @@ bool isOfNobodysType(XcbConnection& connection, xcb_window_t window) {
                      [&](std::string_view name) { return connection.atom(name) == types->front(); });
 }
 
-// The client window inside a frame, or none.
+// The client window inside a frame, or none. Frames have few windows inside; what has more is not searched to its end.
 xcb_window_t clientInside(XcbConnection& connection, xcb_window_t frame, const std::vector<xcb_window_t>& clients) {
   std::vector<xcb_window_t> waiting{frame};
-  for (std::size_t i = 0; i < waiting.size() && i < mostFrameDescendants; ++i) {
+  for (std::size_t i = 0; i < waiting.size(); ++i) {
     const auto tree = replyTo(connection, xcb_query_tree_reply, xcb_query_tree(connection, waiting[i]));
     if (!tree) continue;
     const xcb_window_t* children = xcb_query_tree_children(tree.get());
     for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child) {
+      if (waiting.size() > mostFrameDescendants) break;
       if (contains(clients, children[child])) return children[child];
       waiting.push_back(children[child]);
     }

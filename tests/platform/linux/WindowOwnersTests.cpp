@@ -94,6 +94,30 @@ TEST_P(WindowOwnersTest, ATransientThatLeadsNowhereBelongsToItsOwnProcess) {
   EXPECT_EQ(ownerOf(window), application.process());
 }
 
+// The question may be asked while the whole server waits for the answer.
+TEST_P(WindowOwnersTest, AWindowWithMoreInsideThanAnyFrameIsNotSearchedToItsEnd) {
+  const auto fill = [this](xcb_window_t window, int count) {
+    for (; count > 0; --count) {
+      xcb_create_window(*connection, XCB_COPY_FROM_PARENT, xcb_generate_id(*connection), window, 0, 0, 1, 1, 0,
+                        XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, 0, nullptr);
+    }
+    xcb_flush(*connection);
+  };
+  const xcb_window_t frame = other.create();
+  fill(frame, 10);
+  const xcb_window_t client = application.createInside(frame);
+  scene.setWindow(connection->root(), "_NET_CLIENT_LIST", client);
+  EXPECT_EQ(ownerOf(frame), application.process());
+
+  const xcb_window_t crowd = other.create();
+  fill(crowd, 2000);
+  ownerOf(crowd);  // by then the server has made them all
+  scene.setWindow(connection->root(), "_NET_CLIENT_LIST", application.createInside(crowd));
+  const std::uint32_t before = xcb_no_operation(*connection).sequence;
+  EXPECT_EQ(ownerOf(crowd), other.process());
+  EXPECT_LT(xcb_no_operation(*connection).sequence - before, 100U) << "requests";
+}
+
 TEST_P(WindowOwnersTest, PropertiesOfTheWrongTypeAreNoHarm) {
   const xcb_window_t window = application.create();
   for (const char* property : {"WM_TRANSIENT_FOR", "_NET_WM_WINDOW_TYPE", "_NET_WM_PID", "WM_CLIENT_MACHINE"}) {
