@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cassert>
 #include <chrono>
+#include <utility>
 
 #include "platform/linux/FrontmostOnThread.h"
 #include "platform/linux/WindowManager.h"
@@ -151,7 +152,8 @@ void LinuxWorkspace::reportLostConnection() {
 }
 
 void LinuxWorkspace::watchWindowManager() {
-  windowManager_ = windowManagerCheckWindow(connection_);
+  const xcb_window_t before = std::exchange(windowManager_, windowManagerCheckWindow(connection_));
+  if (windowManager_ != before) settling_.cancel();  // a new one has all the time for its takeover
   if (windowManager_ != XCB_WINDOW_NONE) selectEvents(connection_, windowManager_, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
 }
 
@@ -176,8 +178,10 @@ void LinuxWorkspace::updateApplications(bool everythingSettled) {
     if (owner) current[*owner].push_back(client);
   }
   if (connection_.isLost()) return;
-  if (!everythingSettled && keepUnmanaged(current) && windowManager_ != XCB_WINDOW_NONE) {
+  // Not put off by changes to come, which may never end.
+  if (!everythingSettled && keepUnmanaged(current) && windowManager_ != XCB_WINDOW_NONE && !settling_) {
     settling_ = tasks_.runOnMainThreadAfter(longestTakeover, [this] {
+      settling_.cancel();
       updateApplications(windowManager_ != XCB_WINDOW_NONE);
       updateFrontmost();
     });

@@ -85,7 +85,7 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   xcb_window_t windowManager_ = XCB_WINDOW_NONE;
   std::optional<pid_t> frontmost_;
   bool isLost_ = false;
-  ScheduledTask settling_;
+  ScheduledTask settling_;  // while applications are kept whose windows nobody manages
 
   QSocketNotifier readable_;
 };

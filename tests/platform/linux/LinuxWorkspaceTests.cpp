@@ -103,6 +103,19 @@ TEST_F(LinuxWorkspaceTest, AnApplicationEndsWithItsLastWindowAndItsProcessMayCom
   EXPECT_FALSE(workspace().frontmostApplication()->isTerminated());
 }
 
+TEST_F(LinuxWorkspaceTest, AnApplicationEndsAlsoWhileAnotherOpensAndClosesWindowsAllTheTime) {
+  const xcb_window_t window = show(editor, "Editor");
+  const auto application = applicationOf(editor.process());
+  editor.unmap(window);
+  for (int i = 0; i < 20 && !application.isTerminated(); ++i) {
+    const xcb_window_t passing = thief.createMapped();
+    runFor(std::chrono::milliseconds(100));
+    thief.destroy(passing);
+    runFor(std::chrono::milliseconds(100));
+  }
+  EXPECT_TRUE(application.isTerminated());
+}
+
 TEST_F(LinuxWorkspaceTest, BringsAnApplicationBackWithTheWindowThatWasActiveLast) {
   show(editor, "Editor");
   const xcb_window_t second = editor.createMapped();
