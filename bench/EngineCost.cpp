@@ -26,7 +26,6 @@ class Key : public platform::CGEvent {
  public:
   platform::CGEventFlags flags() const override { return 0; }
   platform::CGPoint location() const override { return {}; }
-  bool isOwn() const override { return false; }
   std::unique_ptr<platform::CGEvent> copy() const override { return nullptr; }
 };
 

@@ -40,8 +40,6 @@ class CGEvent {
   virtual CGEventFlags flags() const = 0;
   // In pixels of the screen, origin at the top left.
   virtual CGPoint location() const = 0;
-  // True for an event that this process posted.
-  virtual bool isOwn() const = 0;
   // An independent copy that may outlive the event and be posted once; null where there cannot be one, because the
   // event has reached an application already.
   virtual std::unique_ptr<CGEvent> copy() const = 0;
@@ -52,9 +50,6 @@ inline CGEventFlags CGEventGetFlags(const CGEvent& event) {
 }
 inline CGPoint CGEventGetLocation(const CGEvent& event) {
   return event.location();
-}
-inline bool CGEventIsOwn(const CGEvent& event) {
-  return event.isOwn();
 }
 inline std::unique_ptr<CGEvent> CGEventCreateCopy(const CGEvent& event) {
   return event.copy();

@@ -45,7 +45,6 @@ class HeldKey final : public CGEvent {
 
   CGEventFlags flags() const override { return stroke_.flags; }
   CGPoint location() const override { return stroke_.location; }
-  bool isOwn() const override { return false; }
   // A key is typed once: of its copy there is no copy.
   std::unique_ptr<CGEvent> copy() const override { return nullptr; }
 
@@ -64,24 +63,21 @@ class TapEvent final : public CGEvent {
   // One that has reached an application already, or a mouse event: it cannot be copied.
   TapEvent(CGEventFlags flags, CGPoint location) : flags_(flags), location_(location) {}
   // One that the gate holds.
-  TapEvent(const KeyStroke& stroke, KeyQueue::Ordinal ordinal, const std::shared_ptr<HeldKeyInbox>& inbox, bool isOwn)
+  TapEvent(const KeyStroke& stroke, KeyQueue::Ordinal ordinal, const std::shared_ptr<HeldKeyInbox>& inbox)
       : flags_(stroke.flags),
         location_(stroke.location),
-        isOwn_(isOwn),
         stroke_(&stroke),
         ordinal_(ordinal),
         inbox_(&inbox) {}
 
   CGEventFlags flags() const override { return flags_; }
   CGPoint location() const override { return location_; }
-  bool isOwn() const override { return isOwn_; }
   std::unique_ptr<CGEvent> copy() const override;
   bool wasCopied() const { return wasCopied_; }
 
  private:
   CGEventFlags flags_;
   CGPoint location_;
-  bool isOwn_ = false;
   const KeyStroke* stroke_ = nullptr;
   KeyQueue::Ordinal ordinal_ = 0;
   const std::shared_ptr<HeldKeyInbox>* inbox_ = nullptr;

@@ -241,7 +241,7 @@ void TapSession::judgeDelivered(const KeyStroke& stroke) {
 void TapSession::admit(const KeyStroke& stroke) {
   const KeyQueue::Ordinal ordinal = queue_.takeOrdinal();
   const bool isFirst = queue_.isEmpty();
-  TapEvent event(stroke, ordinal, inbox_, false);
+  TapEvent event(stroke, ordinal, inbox_);
   const ServerGrab grab(*connection_);
   const auto front = focus_.frontmostProcess();
   if (!judge(stroke.type, event, front)) {
@@ -261,9 +261,8 @@ void TapSession::advance() {
     const KeyQueue::Entry entry = *first;
     const ServerGrab grab(*connection_);
     const auto front = focus_.frontmostProcess();
-    const bool isPosted = entry.state == KeyQueue::State::posted;
-    if (isPosted || front != entry.destination) {
-      TapEvent event(entry.stroke, entry.ordinal, inbox_, isPosted);
+    if (entry.state == KeyQueue::State::posted || front != entry.destination) {
+      TapEvent event(entry.stroke, entry.ordinal, inbox_);
       if (!judge(entry.stroke.type, event, front)) {
         disturb();
         if (event.wasCopied()) {

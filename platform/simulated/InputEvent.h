@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "platform/CGEvent.h"
 
@@ -26,10 +25,8 @@ class InputEvent final : public CGEvent {
   const Contents& contents() const { return contents_; }
   std::uint64_t origin() const { return origin_; }
 
-  // The process in front when the program posted it; no process is 0.
-  void markPosted(std::int32_t frontmost) { postedTo_ = frontmost; }
-  bool isPosted() const { return postedTo_.has_value(); }
-  void setDestination(std::int32_t destination) { destination_ = destination; }
+  void markPosted() { isPosted_ = true; }
+  bool isPosted() const { return isPosted_; }
 
   // Becomes true when the event's way has ended.
   const std::shared_ptr<std::atomic<bool>>& ended() const { return ended_; }
@@ -37,7 +34,6 @@ class InputEvent final : public CGEvent {
   // CGEvent
   CGEventFlags flags() const override { return contents_.flags; }
   CGPoint location() const override { return contents_.location; }
-  bool isOwn() const override { return postedTo_ && *postedTo_ == destination_; }
   std::unique_ptr<CGEvent> copy() const override {
     return isCopyable_ ? std::make_unique<InputEvent>(contents_, origin_, isCopyable_) : nullptr;
   }
@@ -46,8 +42,7 @@ class InputEvent final : public CGEvent {
   Contents contents_;
   std::uint64_t origin_;
   bool isCopyable_;
-  std::optional<std::int32_t> postedTo_;
-  std::int32_t destination_ = 0;
+  bool isPosted_ = false;
   std::shared_ptr<std::atomic<bool>> ended_ = std::make_shared<std::atomic<bool>>(false);
 };
 

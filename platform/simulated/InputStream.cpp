@@ -4,13 +4,6 @@
 #include <utility>
 
 namespace platform::simulated {
-namespace {
-
-std::int32_t pidOf(const std::optional<NSRunningApplication>& application) {
-  return application ? application->processIdentifier() : 0;
-}
-
-}  // namespace
 
 class InputStream::Tap final : public CFMachPort {
  public:
@@ -129,7 +122,7 @@ CFMachPortRef InputStream::createTap(CGEventTapLocation, CGEventTapPlacement pla
 void InputStream::post(CGEventTapLocation, std::unique_ptr<CGEvent> event) {
   if (dropsPostedEvents_) return;
   std::unique_ptr<InputEvent> posted(static_cast<InputEvent*>(event.release()));
-  posted->markPosted(pidOf(workspace_.frontmostApplication()));
+  posted->markPosted();
   enqueue(std::move(posted), nullptr);
 }
 
@@ -182,7 +175,6 @@ void InputStream::callTap(const std::weak_ptr<Tap>& weakTap) {
 void InputStream::fixDestination() {
   if (std::exchange(underWay_->hasDestination, true)) return;
   underWay_->destination = workspace_.frontmostApplication();
-  underWay_->event->setDestination(pidOf(underWay_->destination));
 }
 
 void InputStream::end(bool suppressed) {

@@ -53,6 +53,7 @@ TEST_P(OtherPrograms, MayGrabTheKeyboardWhileTheGateIsClosed) {
 
 TEST_P(OtherPrograms, GrabWithAKeyDownAndLeaveNoneBehind) {
   scene.typist.press(keyLeftControl);
+  ASSERT_TRUE(scene.editorGotAll());
   ASSERT_NO_FATAL_FAILURE(scene.closeGate());
   ASSERT_NO_FATAL_FAILURE(grab());
   scene.typist.release(keyLeftControl);

@@ -46,7 +46,6 @@ class Key final : public platform::CGEvent {
 
   platform::CGEventFlags flags() const override { return 0; }
   platform::CGPoint location() const override { return {}; }
-  bool isOwn() const override { return false; }
   std::unique_ptr<platform::CGEvent> copy() const override { return std::make_unique<Key>(number_, fate_, true); }
 
  private:

@@ -79,8 +79,8 @@ TEST_F(KeyQueueTest, WhatIsNotHeldCannotBePostedOrDropped) {
 TEST(HeldKeys, ACopyIsPostedOnceOrDroppedAndNeverCopiedAgain) {
   const auto inbox = std::make_shared<HeldKeyInbox>();
   const KeyStroke stroke{10, true, kCGEventKeyDown, kCGEventFlagMaskShift, {}};
-  TapEvent posted(stroke, 1, inbox, false);
-  TapEvent dropped(stroke, 2, inbox, false);
+  TapEvent posted(stroke, 1, inbox);
+  TapEvent dropped(stroke, 2, inbox);
   {
     const auto copy = posted.copy();
     ASSERT_TRUE(copy);
@@ -108,7 +108,7 @@ TEST(HeldKeys, AnEventThatAnApplicationHasCannotBeCopied) {
 TEST(HeldKeys, CopiesThatOutliveTheirGateGoNowhere) {
   const auto inbox = std::make_shared<HeldKeyInbox>();
   const KeyStroke stroke = press(10);
-  auto copy = TapEvent(stroke, 1, inbox, false).copy();
+  auto copy = TapEvent(stroke, 1, inbox).copy();
   inbox->close();
   static_cast<HeldKey&>(*copy).post();
   copy.reset();
