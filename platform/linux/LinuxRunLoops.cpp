@@ -33,14 +33,25 @@ class ThreadLoop final : public CFRunLoop {
     sources_.erase(std::remove(sources_.begin(), sources_.end(), source), sources_.end());
   }
 
+  // Of no effect on runs to come.
   void stop() {
-    isStopped_.store(true, std::memory_order_release);
-    wake();
+    auto state = State::running;
+    if (state_.compare_exchange_strong(state, State::stopped)) wake();
   }
 
   CFRunLoopRunResult run(Clock::time_point end, bool returnAfterSourceHandled) {
+    state_ = State::running;
+    const auto result = runUntilOver(end, returnAfterSourceHandled);
+    state_ = State::idle;
+    return result;
+  }
+
+ private:
+  enum class State { idle, running, stopped };
+
+  CFRunLoopRunResult runUntilOver(Clock::time_point end, bool returnAfterSourceHandled) {
     for (;;) {
-      if (isStopped_.exchange(false, std::memory_order_acq_rel)) return CFRunLoopRunResult::stopped;
+      if (state_ == State::stopped) return CFRunLoopRunResult::stopped;
       const auto sources = snapshot();
       if (sources.empty()) return CFRunLoopRunResult::finished;
       bool hasHandled = false;
@@ -54,7 +65,6 @@ class ThreadLoop final : public CFRunLoop {
     }
   }
 
- private:
   void wake() { eventfd_write(wake_.get(), 1); }
 
   std::vector<std::shared_ptr<PolledSource>> snapshot() {
@@ -77,7 +87,7 @@ class ThreadLoop final : public CFRunLoop {
   }
 
   FileDescriptor wake_;
-  std::atomic<bool> isStopped_ = false;
+  std::atomic<State> state_ = State::idle;
   std::mutex mutex_;
   std::vector<std::shared_ptr<PolledSource>> sources_;
   std::vector<pollfd> descriptors_;  // of run(), kept so that waiting does not allocate
