@@ -14,8 +14,28 @@
 namespace platform::linux_desktop {
 namespace {
 
+// Devices and servers may vanish at any moment. Neither may end the process, which is what Xlib does by itself.
+int ignoreError(Display*, XErrorEvent*) {
+  return 0;
+}
+
+// Thrown out of Xlib when the server is gone. There is no way on inside: Xlib would exit, or write beyond its buffer.
+struct ServerLost {};
+thread_local bool catchesServerLost = false;
+
+int leaveXlib(Display*) {
+  if (catchesServerLost) throw ServerLost();
+  return 0;
+}
+
 struct CloseDisplay {
-  void operator()(Display* display) const { XCloseDisplay(display); }
+  void operator()(Display* display) const {
+    try {
+      XCloseDisplay(display);
+    } catch (const ServerLost&) {
+      // Left as it is: closing is all that it was still good for.
+    }
+  }
 };
 using DisplayOwned = std::unique_ptr<Display, CloseDisplay>;
 
@@ -24,16 +44,9 @@ struct FreeKeyboard {
 };
 using KeyboardOwned = std::unique_ptr<XkbDescRec, FreeKeyboard>;
 
-// Devices and servers may vanish at any moment. Neither may end the process, which is what Xlib does by itself.
-int ignoreError(Display*, XErrorEvent*) {
-  return 0;
-}
-void ignoreLoss(Display*, void*) {}
-
 DisplayOwned openDisplay() {
   DisplayOwned display(XOpenDisplay(nullptr));
   if (!display) return nullptr;
-  XSetIOErrorExitHandler(display.get(), ignoreLoss, nullptr);
   int opcode = 0;
   int event = 0;
   int error = 0;
@@ -59,7 +72,9 @@ std::string describe(Display* display, DeviceId keyboard) {
 }
 
 void copyKeymap(Display* display, DeviceId from, DeviceId to) {
-  if (describe(display, from) == describe(display, to)) return;
+  const std::string wanted = describe(display, from);
+  // What cannot be described is not known to be equal.
+  if (!wanted.empty() && wanted == describe(display, to)) return;
   const KeyboardOwned keyboard(XkbGetKeyboard(display, XkbGBN_AllComponentsMask & ~XkbGBN_GeometryMask, from));
   if (!keyboard || !keyboard->map) return;
   keyboard->device_spec = to;
@@ -109,6 +124,8 @@ bool KeymapMirror::isIdle() {
 
 void KeymapMirror::run() {
   XSetErrorHandler(ignoreError);
+  XSetIOErrorHandler(leaveXlib);
+  catchesServerLost = true;
   DisplayOwned display;
   std::unique_lock lock(mutex_);
   for (;;) {
@@ -119,11 +136,15 @@ void KeymapMirror::run() {
     requests_.pop_front();
     isCopying_ = true;
     lock.unlock();
-    if (!display) display = openDisplay();
-    if (display) {
-      copyKeymap(display.get(), request.from, request.to);
-      copyRepeat(display.get(), request.from, request.to);
-      XSync(display.get(), True);
+    try {
+      if (!display) display = openDisplay();
+      if (display) {
+        copyKeymap(display.get(), request.from, request.to);
+        copyRepeat(display.get(), request.from, request.to);
+        XSync(display.get(), True);
+      }
+    } catch (const ServerLost&) {
+      display.reset();
     }
     lock.lock();
   }
