@@ -16,6 +16,7 @@ namespace platform::linux_desktop {
 namespace {
 
 constexpr mode_t privateFolder = 0700;
+constexpr std::size_t mostContents = std::size_t{256} << 20;
 
 NSError errorNow(const std::string& what, const std::filesystem::path& path) {
   return {what + ' ' + path.string() + ": " + std::generic_category().message(errno)};
@@ -120,10 +121,12 @@ std::optional<std::string> LinuxFileManager::contents(const std::filesystem::pat
   const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   struct stat status {};
   if (!descriptor.isOpen() || ::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  if (static_cast<std::size_t>(status.st_size) > mostContents) return std::nullopt;
 
   std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
   std::size_t length = 0;
   for (;;) {
+    if (length > mostContents) return std::nullopt;
     // Always room for one byte more, to see the end of a file that grows meanwhile.
     if (length == bytes.size()) bytes.resize(length + 4096);
     const ssize_t count = ::read(descriptor.get(), bytes.data() + length, bytes.size() - length);

@@ -12,7 +12,8 @@ class LinuxFileManager : public NSFileManager {
   std::optional<NSError> createDirectory(const std::filesystem::path& folder) override;
   std::optional<NSError> writeAtomically(const std::filesystem::path& file, const std::string& bytes) override;
   std::optional<NSError> moveItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
-  // Only regular files have contents: a pipe would keep its reader waiting.
+  // Only regular files of up to 256 MiB have contents: a pipe would keep its reader waiting, and what is larger is not
+  // to fill the memory.
   std::optional<std::string> contents(const std::filesystem::path& file) override;
   bool fileExists(const std::filesystem::path& file) override;
 };

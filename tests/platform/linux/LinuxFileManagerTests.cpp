@@ -78,6 +78,9 @@ TEST_F(LinuxFileManagerTest, ContentsAreTheBytesOfARegularFile) {
   EXPECT_EQ(files.contents(folder.path()), std::nullopt);
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
   EXPECT_EQ(files.contents(folder / "pipe"), std::nullopt);
+  fill(folder / "huge", "");
+  std::filesystem::resize_file(folder / "huge", std::uintmax_t{1} << 40);
+  EXPECT_EQ(files.contents(folder / "huge"), std::nullopt);
   EXPECT_FALSE(files.contents("/proc/self/status")->empty()) << "files that do not know their size";
 }
 
