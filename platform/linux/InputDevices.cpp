@@ -1,6 +1,5 @@
 #include "platform/linux/InputDevices.h"
 
-#include <xcb/xinput.h>
 #include <xcb/xtest.h>
 
 #include <algorithm>
@@ -63,6 +62,15 @@ void InputDevices::refresh(const std::vector<DeviceId>& ours) {
 
 void InputDevices::watchHierarchy() {
   select(XCB_INPUT_DEVICE_ALL, XCB_INPUT_XI_EVENT_MASK_HIERARCHY);
+}
+
+std::vector<DeviceId> InputDevices::goneWith(const xcb_input_hierarchy_event_t& event) {
+  constexpr std::uint32_t isGone = XCB_INPUT_HIERARCHY_MASK_SLAVE_REMOVED | XCB_INPUT_HIERARCHY_MASK_DEVICE_DISABLED;
+  std::vector<DeviceId> gone;
+  for (auto it = xcb_input_hierarchy_infos_iterator(&event); it.rem; xcb_input_hierarchy_info_next(&it)) {
+    if (it.data->flags & isGone) gone.push_back(it.data->deviceid);
+  }
+  return gone;
 }
 
 // The server marks its own XTEST devices with a property.

@@ -1,6 +1,8 @@
 // The keyboards and mice that people touch, and the keyboard that programs type on.
 #pragma once
 
+#include <xcb/xinput.h>
+
 #include <optional>
 #include <vector>
 
@@ -21,6 +23,9 @@ class InputDevices {
   void refresh(const std::vector<DeviceId>& ours);
   // Asks to be told when devices come and go.
   void watchHierarchy();
+  // The devices that went, or were switched off, with this event. Others may have their numbers by now.
+  static std::vector<DeviceId> goneWith(const xcb_input_hierarchy_event_t& event);
+  void forget(DeviceId device) { std::erase(keyboards_, device); }
 
   // The physical keyboards.
   const std::vector<DeviceId>& keyboards() const { return keyboards_; }

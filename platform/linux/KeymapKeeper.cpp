@@ -42,6 +42,11 @@ void KeymapKeeper::setDevices(const std::vector<DeviceId>& keyboards, std::optio
   watched_ = std::move(wanted);
 }
 
+void KeymapKeeper::forget(DeviceId keyboard) {
+  watched_.erase(keyboard);
+  if (typist_ == keyboard) typist_ = 0;
+}
+
 void KeymapKeeper::keyboardTypes(DeviceId keyboard) {
   if (typist_ == keyboard || !xtest_) return;
   typist_ = keyboard;

@@ -22,6 +22,8 @@ class KeymapKeeper {
   void begin();
   void setDevices(const std::vector<DeviceId>& keyboards, std::optional<DeviceId> xtest,
                   std::optional<DeviceId> master);
+  // The keyboard is gone; another one may have its number.
+  void forget(DeviceId keyboard);
   // The user types on this keyboard now.
   void keyboardTypes(DeviceId keyboard);
 

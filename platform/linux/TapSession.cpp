@@ -99,8 +99,7 @@ void TapSession::refreshDevices() {
   const std::vector<DeviceId>& now = devices_.keyboards();
   for (const DeviceId keyboard : before) {
     if (std::find(now.begin(), now.end(), keyboard) != now.end()) continue;
-    gate_.forget(keyboard);
-    balance_.forget(keyboard);
+    forget(keyboard);
   }
   for (const DeviceId keyboard : now) {
     if (std::find(before.begin(), before.end(), keyboard) != before.end()) continue;
@@ -117,6 +116,14 @@ void TapSession::refreshDevices() {
   keymaps_.keyboardTypes(typist_);
   if (gate_.isClosed()) gate_.close(now);
   settle();
+}
+
+void TapSession::forget(DeviceId keyboard) {
+  gate_.forget(keyboard);
+  balance_.forget(keyboard);
+  keymaps_.forget(keyboard);
+  devices_.forget(keyboard);
+  if (typist_ == keyboard) typist_ = 0;
 }
 
 void TapSession::addPollDescriptors(std::vector<pollfd>& descriptors) const {
@@ -185,6 +192,10 @@ void TapSession::handleInput(const xcb_ge_generic_event_t& event) {
       handleButton(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail);
       return;
     case XCB_INPUT_HIERARCHY:
+      for (const DeviceId device :
+           InputDevices::goneWith(reinterpret_cast<const xcb_input_hierarchy_event_t&>(event))) {
+        forget(device);
+      }
       refreshDevices();
       return;
     default:
@@ -242,7 +253,9 @@ void TapSession::admit(const KeyStroke& stroke) {
   const KeyQueue::Ordinal ordinal = queue_.takeOrdinal();
   const bool isFirst = queue_.isEmpty();
   TapEvent event(stroke, ordinal, inbox_);
-  const ServerGrab grab(*connection_);
+  // One that has to wait its turn is not emitted now, so the focus may move: the server has others to serve.
+  std::optional<ServerGrab> grab;
+  if (isFirst) grab.emplace(*connection_);
   const auto front = focus_.frontmostProcess();
   if (!judge(stroke.type, event, front)) {
     disturb();

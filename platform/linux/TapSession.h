@@ -49,6 +49,7 @@ class TapSession {
 
   void begin();
   void refreshDevices();
+  void forget(DeviceId keyboard);
   bool handleInbox();
   void take(const xcb_generic_event_t& event);
   void handleInput(const xcb_ge_generic_event_t& event);
