@@ -12,6 +12,7 @@ constexpr int patienceMs = 5000;
 constexpr std::size_t mostKnownProcesses = 512;
 const auto connectionName = QStringLiteral("varnolet-accessibility");
 const auto sessionConnectionName = QStringLiteral("varnolet-accessibility-address");
+const auto launcherName = QStringLiteral("org.a11y.Bus");
 const auto noConnection = QStringLiteral("varnolet-none");
 
 // Empty if there is none: the D-Bus library would start one of its own.
@@ -34,12 +35,12 @@ void whenAnswered(const QDBusPendingCall& call, QObject* context, Handler handle
 
 }  // namespace
 
-AccessibilityBus::AccessibilityBus() : bus_(noConnection) {
+AccessibilityBus::AccessibilityBus() : session_(noConnection), bus_(noConnection) {
   const QString address = qEnvironmentVariable("AT_SPI_BUS_ADDRESS");
   if (!address.isEmpty()) {
     connectTo(address);
   } else {
-    askForAddress();
+    watchSessionBus();
   }
 }
 
@@ -63,19 +64,24 @@ void AccessibilityBus::remove(const Listener& listener) {
   updateRegistration();
 }
 
-void AccessibilityBus::askForAddress() {
-  const QString sessionBus = sessionBusAddress();
-  // A connection for this one question.
-  auto session = sessionBus.isEmpty() ? QDBusConnection(noConnection)
-                                      : QDBusConnection::connectToBus(sessionBus, sessionConnectionName);
-  if (!session.isConnected()) {
+void AccessibilityBus::watchSessionBus() {
+  const QString address = sessionBusAddress();
+  if (!address.isEmpty()) session_ = QDBusConnection::connectToBus(address, sessionConnectionName);
+  if (!session_.isConnected()) {
     isDisabled_ = true;
     return;
   }
-  const auto question = QDBusMessage::createMethodCall(QStringLiteral("org.a11y.Bus"), QStringLiteral("/org/a11y/bus"),
-                                                       QStringLiteral("org.a11y.Bus"), QStringLiteral("GetAddress"));
-  whenAnswered(session.asyncCall(question, patienceMs), this, [this](const QDBusPendingReply<QString>& address) {
-    QDBusConnection::disconnectFromBus(sessionConnectionName);
+  launcher_.setConnection(session_);
+  launcher_.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
+  launcher_.addWatchedService(launcherName);
+  connect(&launcher_, &QDBusServiceWatcher::serviceRegistered, this, &AccessibilityBus::askForAddress);
+  askForAddress();
+}
+
+void AccessibilityBus::askForAddress() {
+  const auto question = QDBusMessage::createMethodCall(launcherName, QStringLiteral("/org/a11y/bus"), launcherName,
+                                                       QStringLiteral("GetAddress"));
+  whenAnswered(session_.asyncCall(question, patienceMs), this, [this](const QDBusPendingReply<QString>& address) {
     if (address.isError()) {
       isDisabled_ = true;
     } else {
@@ -85,6 +91,9 @@ void AccessibilityBus::askForAddress() {
 }
 
 void AccessibilityBus::connectTo(const QString& address) {
+  QDBusConnection::disconnectFromBus(connectionName);
+  isRegistered_ = false;
+  processes_.clear();
   bus_ = QDBusConnection::connectToBus(address, connectionName);
   isDisabled_ =
       !bus_.isConnected() || !bus_.connect(QString(), QString(), QStringLiteral("org.a11y.atspi.Event.Window"),

@@ -3,6 +3,7 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusServiceWatcher>
 #include <QObject>
 #include <QString>
 #include <atomic>
@@ -30,17 +31,18 @@ class AccessibilityBus : public QObject {
     virtual void applicationActivated() = 0;
   };
 
-  // Begins to look for the bus.
+  // Begins to look for the bus. One that ends and comes back is found again, unless the environment named its address.
   AccessibilityBus();
   ~AccessibilityBus() override;
 
-  // Any thread. True once it is known that there is no bus.
+  // Any thread. True once it is known that there is no bus, until there is one.
   bool isDisabled() const { return isDisabled_; }
   void add(const std::shared_ptr<Listener>& listener);
   void remove(const Listener& listener);
 
  private:
   Q_SLOT void windowActivated(const QDBusMessage& announcement);
+  void watchSessionBus();
   void askForAddress();
   void connectTo(const QString& address);
   // Applications announce only what somebody registered for.
@@ -48,7 +50,9 @@ class AccessibilityBus : public QObject {
   void askForProcessOf(const QString& sender);
   void tellListeners(std::int32_t process);
 
+  QDBusConnection session_;
   QDBusConnection bus_;
+  QDBusServiceWatcher launcher_;  // of the bus
   std::atomic<bool> isDisabled_ = false;
   bool isRegistered_ = false;
   std::vector<std::weak_ptr<Listener>> listeners_;

@@ -2,9 +2,11 @@
 #include <unistd.h>
 
 #include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
 #include <QDBusVariant>
+#include <csignal>
 
 #include "DesktopScene.h"
 #include "EventLoop.h"
@@ -68,6 +70,33 @@ TEST(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAttach
   EXPECT_EQ(own, 0);
   EXPECT_EQ(others, 0);
   QDBusConnection::disconnectFromBus(connectionName);
+}
+
+TEST(LinuxAccessibilityTest, FindsTheBusAgainThatEndedAndCameBack) {
+  const DesktopScene scene;
+  const auto connection = XcbConnection::open();
+  LinuxAccessibility accessibility(*connection);
+  int count = 0;
+  const auto observer = observe(accessibility, getpid(), count);
+  std::dynamic_pointer_cast<MainLoopSource>(observer->runLoopSource())->attach();
+  const auto isHeard = [&] {
+    count = 0;
+    auto bus = connectToAccessibilityBus();
+    const bool heard = runUntil([&] {
+      if (count == 0) announceActivation(bus);
+      return count > 0;
+    });
+    QDBusConnection::disconnectFromBus(connectionName);
+    return heard;
+  };
+  ASSERT_TRUE(isHeard());
+  auto session = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), "test-session");
+  const auto launcher = session.interface()->servicePid("org.a11y.Bus");
+  ASSERT_TRUE(launcher.isValid());
+  ASSERT_EQ(kill(static_cast<pid_t>(launcher.value()), SIGTERM), 0);
+  ASSERT_TRUE(runUntil([&] { return !session.interface()->isServiceRegistered("org.a11y.Bus").value(); }));
+  QDBusConnection::disconnectFromBus("test-session");
+  EXPECT_TRUE(isHeard()) << "whoever asks for it brings it back";
 }
 
 TEST(LinuxAccessibilityTest, WithoutABusNothingCanBeObservedAndNobodyWaits) {
