@@ -30,6 +30,10 @@ void EventRouter::noteFrontmost(std::int32_t pid) {
   lastKnownFrontmostPID_.set(pid);
 }
 
+void EventRouter::expectReturnOf(std::int32_t pid) {
+  returningPID_ = pid;
+}
+
 void EventRouter::captureIfFrontmostChanged() {
   const auto frontmost = platform::NSWorkspace::sharedWorkspace().frontmostApplication();
   if (!frontmost) return;
@@ -37,6 +41,12 @@ void EventRouter::captureIfFrontmostChanged() {
   const std::int32_t lastPID = lastKnownFrontmostPID_.exchange(pid);
   if (pid == lastPID) return;
   focusLog.info("⚡️ EventRouter detected PID change: %d → %d", lastPID, pid);
+  const std::int32_t returningPID = returningPID_;
+  if (pid == returningPID) return;
+  if (returningPID != 0) {
+    if (keystrokeBuffer_->mode() != BufferMode::capturing) keystrokeBuffer_->startCapturing();
+    return;
+  }
   keystrokeBuffer_->startSpeculativeCapture();
   focusLog.info("⏸️  EventRouter started speculative capture on PID change");
 }

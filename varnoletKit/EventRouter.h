@@ -1,6 +1,7 @@
 // Brings every tapped event to those who need it.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -26,6 +27,9 @@ class EventRouter final : public EventTapDelegate {
   // Any thread. The process that is rightly in front: its next key is no change, but one that any other would get is.
   // Without being told, a router that last saw a key go to a thief would let that same thief have one more.
   void noteFrontmost(std::int32_t pid);
+  // Any thread. The process that is being brought back after a theft, 0 for none. Keys that would reach another one are
+  // held for it until that has ended, however long the judged theft was before them; its own need no judgement.
+  void expectReturnOf(std::int32_t pid);
 
  private:
   void captureIfFrontmostChanged();
@@ -34,6 +38,7 @@ class EventRouter final : public EventTapDelegate {
   const std::shared_ptr<KeystrokeBuffer> keystrokeBuffer_;
   // 0 until the first key: that one always counts as a change.
   Guarded<std::int32_t> lastKnownFrontmostPID_{0};
+  std::atomic<std::int32_t> returningPID_{0};
 };
 
 }  // namespace varnoletKit

@@ -89,7 +89,7 @@ void FocusChangeObserver::reactivationBegan() {
 }
 
 void FocusChangeObserver::reactivationEnded() {
-  assert(platform::isMainThread() && reactivationsInFlight_ > 0);
+  assert(platform::isMainThread() && isReactivationInFlight());
   --reactivationsInFlight_;
 }
 
@@ -109,7 +109,7 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   // The blessed app coming back is never a theft. While a theft is being undone it is how that succeeds, and the held
   // keys wait for the replay, which also counts them. Later than that, nobody else would give them to it.
   const bool isBlessedApp = blessedApp_ == app;
-  if (isBlessedApp && reactivationsInFlight_ > 0) return;
+  if (isBlessedApp && isReactivationInFlight()) return;
 
   if (isUserInitiated) {
     focusLog.info("✅ User-initiated activation: %s (%s)", name, bundleID);

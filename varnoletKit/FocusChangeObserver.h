@@ -49,6 +49,7 @@ class FocusChangeObserver final : public std::enable_shared_from_this<FocusChang
   // its end; they may overlap.
   void reactivationBegan();
   void reactivationEnded();
+  bool isReactivationInFlight() const { return reactivationsInFlight_ > 0; }
 
  private:
   void handleActivation(const platform::NSRunningApplication& app);

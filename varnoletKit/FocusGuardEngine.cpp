@@ -92,6 +92,7 @@ void FocusGuardEngine::handleProgrammaticTheft(const NSRunningApplication& thief
   beginIntercept(thief);
   focusLog.info("🛡️  Beginning intercept for %s → %s", nameOf(thief), nameOf(blessedApp));
   focusChangeObserver_->reactivationBegan();
+  eventRouter_->expectReturnOf(blessedApp.processIdentifier());
   platform::runOnMainThread([weak = weak_from_this(), thief, blessedApp] {
     if (auto engine = weak.lock()) undoTheft(std::move(engine), thief, blessedApp);
   });
@@ -109,6 +110,7 @@ platform::DetachedTask FocusGuardEngine::undoTheft(std::shared_ptr<FocusGuardEng
                                                    NSRunningApplication blessedApp) {
   const ReactivationResult result = co_await engine->reactivationManager_.reactivate(blessedApp);
   engine->focusChangeObserver_->reactivationEnded();
+  if (!engine->focusChangeObserver_->isReactivationInFlight()) engine->eventRouter_->expectReturnOf(0);
   if (const auto* success = std::get_if<ReactivationResult::success>(&result.value)) {
     engine->blockSucceeded(thief, blessedApp, success->latencyMs);
   } else if (std::holds_alternative<ReactivationResult::appTerminated>(result.value)) {
@@ -144,6 +146,11 @@ void FocusGuardEngine::blockSucceeded(const NSRunningApplication& thief, const N
 
 void FocusGuardEngine::keystrokeBufferDidTimeout() {
   assert(platform::isMainThread());
+  // Told late, when the next change of the focus already waits to be judged: that one must not be accepted unseen.
+  if (keystrokeBuffer_->mode() != BufferMode::passThrough) {
+    if (!focusChangeObserver_->isReactivationInFlight()) state_->setIsIntercepting(false);
+    return;
+  }
   acceptFrontmost();
   focusLog.info("Intercept timed out — blessed app updated to current frontmost");
 }

@@ -86,10 +86,15 @@ TEST_F(EventLogManagerTest, KeepsEventsInTheOrderTheyCameInWholeSeconds) {
   BlockedEvent third = second;
   third.id = platform::newUUID();
   third.timestamp += 999ms;
-  EventLogAdapter adapter(std::shared_ptr<EventLogManager>(&log, [](EventLogManager*) {}));
-  adapter.log(second);
-  adapter.log(first);
-  adapter.log(third);
+  {
+    EventLogAdapter adapter(std::shared_ptr<EventLogManager>(&log, [](EventLogManager*) {}));
+    adapter.log(second);
+    adapter.log(first);
+    EXPECT_TRUE(log.loadEvents().empty()) << "the main thread waits for the disk";
+    desktop.settle();
+    EXPECT_EQ(log.loadEvents(), (std::vector{second, first}));
+    adapter.log(third);
+  }
   third.timestamp = second.timestamp;
   EXPECT_EQ(log.loadEvents(), (std::vector{second, first, third}));
   EXPECT_EQ(EventLogManager(folder).loadEvents(), log.loadEvents());

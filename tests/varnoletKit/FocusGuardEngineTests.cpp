@@ -187,6 +187,40 @@ TEST_F(FocusGuardEngineTest, TheSameThiefAgainBeforeTheReplayIsThroughGetsNoKeyE
   EXPECT_EQ(state_->blockedToday(), 2);
 }
 
+TEST_F(FocusGuardEngineTest, ASlowReturnKeepsTheKeysThatComeOnlyAfterTheTheftWasJudged) {
+  startGuarding();
+  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::obeysAfter(350ms));
+  stealDuring(thief_, "");
+  desktop_.advance(50ms);
+  desktop_.type("a");
+  desktop_.advance(250ms);
+  EXPECT_EQ(textIn(thief_), "") << "nobody but the judgement may release the keys of a judged theft";
+  desktop_.advance(1s);
+  EXPECT_EQ(textIn(editor_), "-a");
+  EXPECT_FALSE(state_->isIntercepting());
+}
+
+TEST_F(FocusGuardEngineTest, KeysOfTheReturnedAppWaitForTheReplayHoweverLateItIs) {
+  startGuarding();
+  stealDuring(thief_, "a");
+  desktop_.type("b");  // the editor is back, and not yet seen to be
+  EXPECT_EQ(engine_->keystrokeBuffer().mode(), BufferMode::capturing);
+  desktop_.advance(1s);
+  EXPECT_EQ(textIn(editor_), "-ab");
+}
+
+TEST_F(FocusGuardEngineTest, ATimeoutThatIsToldLateAcceptsNobodyWhoIsStillToBeJudged) {
+  startGuarding();
+  desktop_.setFrontmost(thief_);
+  desktop_.type("a");
+  engine_->keystrokeBufferDidTimeout();  // of a hold before this one
+  EXPECT_EQ(state_->blessedApp(), editor_);
+  desktop_.activate(thief_);
+  desktop_.advance(1s);
+  EXPECT_EQ(state_->blockedToday(), 1);
+  EXPECT_EQ(textIn(editor_), "-a");
+}
+
 TEST_F(FocusGuardEngineTest, ABlessedAppThatQuitsLeavesTheGuardToWhoeverIsInFront) {
   startGuarding();
   desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
