@@ -1,9 +1,9 @@
 #include "platform/linux/AccessibilityBus.h"
 
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
-#include <QFileInfo>
 #include <algorithm>
+
+#include "platform/linux/DBusCalls.h"
 
 namespace platform::linux_desktop {
 namespace {
@@ -14,24 +14,6 @@ const auto connectionName = QStringLiteral("varnolet-accessibility");
 const auto sessionConnectionName = QStringLiteral("varnolet-accessibility-address");
 const auto launcherName = QStringLiteral("org.a11y.Bus");
 const auto noConnection = QStringLiteral("varnolet-none");
-
-// Empty if there is none: the D-Bus library would start one of its own.
-QString sessionBusAddress() {
-  QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-  if (!address.isEmpty()) return address;
-  const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");
-  return QFileInfo::exists(socket) ? QStringLiteral("unix:path=") + socket : QString();
-}
-
-// Calls `handle` with the pending call once it is answered, unless `context` is gone by then.
-template <class Handler>
-void whenAnswered(const QDBusPendingCall& call, QObject* context, Handler handle) {
-  auto* watcher = new QDBusPendingCallWatcher(call, context);
-  QObject::connect(watcher, &QDBusPendingCallWatcher::finished, context, [watcher, handle = std::move(handle)] {
-    watcher->deleteLater();
-    handle(*watcher);
-  });
-}
 
 }  // namespace
 

@@ -1,0 +1,176 @@
+#include "platform/linux/LinuxNotificationCenter.h"
+
+#include <QDBusError>
+#include <QDBusPendingReply>
+#include <QVariantMap>
+#include <algorithm>
+#include <utility>
+
+#include "platform/linux/DBusCalls.h"
+#include "platform/linux/NotificationText.h"
+#include "platform/linux/ProgramName.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+// A server that does not tell when it closes notifications must not fill the memory.
+constexpr std::size_t mostPosted = 256;
+constexpr int serverDecides = -1;
+const auto connectionName = QStringLiteral("varnolet-notifications");
+const auto noConnection = QStringLiteral("varnolet-none");
+const auto serviceName = QStringLiteral("org.freedesktop.Notifications");
+const auto objectPath = QStringLiteral("/org/freedesktop/Notifications");
+
+NSError errorOf(const QDBusError& error) {
+  const QString description = error.message().isEmpty() ? error.name() : error.message();
+  return {description.toStdString()};
+}
+
+}  // namespace
+
+LinuxNotificationCenter::LinuxNotificationCenter(const std::string& applicationIdentifier,
+                                                 std::chrono::milliseconds patience)
+    : applicationIdentifier_(applicationIdentifier),
+      patienceMs_(static_cast<int>(patience.count())),
+      bus_(noConnection) {}
+
+LinuxNotificationCenter::~LinuxNotificationCenter() {
+  QDBusConnection::disconnectFromBus(connectionName);
+}
+
+void LinuxNotificationCenter::setDelegate(std::weak_ptr<UNUserNotificationCenterDelegate> delegate) {
+  delegate_ = std::move(delegate);
+}
+
+void LinuxNotificationCenter::setNotificationCategories(std::vector<UNNotificationCategory> categories) {
+  categories_ = std::move(categories);
+}
+
+void LinuxNotificationCenter::requestAuthorizationWithOptions(
+    UNAuthorizationOptions, std::function<void(bool granted, const std::optional<NSError>& error)> completionHandler) {
+  askForServer([completionHandler = std::move(completionHandler)](const ServerAnswer& answer) {
+    if (const auto* error = std::get_if<NSError>(&answer)) {
+      completionHandler(false, *error);
+    } else {
+      completionHandler(true, std::nullopt);
+    }
+  });
+}
+
+void LinuxNotificationCenter::addNotificationRequest(
+    UNNotificationRequest request, std::function<void(const std::optional<NSError>& error)> withCompletionHandler) {
+  askForServer([this, request = std::move(request),
+                completionHandler = std::move(withCompletionHandler)](const ServerAnswer& answer) {
+    if (const auto* error = std::get_if<NSError>(&answer)) {
+      completionHandler(*error);
+    } else {
+      post(request, std::get<Server>(answer), completionHandler);
+    }
+  });
+}
+
+bool LinuxNotificationCenter::connectToBus() {
+  if (bus_.isConnected()) return true;
+  const QString address = sessionBusAddress();
+  if (address.isEmpty()) return false;
+  QDBusConnection::disconnectFromBus(connectionName);
+  bus_ = QDBusConnection::connectToBus(address, connectionName);
+  serverName_.clear();
+  posted_.clear();
+  // Of any sender: to name the server here would mean to wait until the bus has told who that is.
+  return bus_.isConnected() &&
+         bus_.connect(QString(), objectPath, serviceName, QStringLiteral("ActionInvoked"), this,
+                      SLOT(actionInvoked(QDBusMessage))) &&
+         bus_.connect(QString(), objectPath, serviceName, QStringLiteral("NotificationClosed"), this,
+                      SLOT(notificationClosed(QDBusMessage)));
+}
+
+void LinuxNotificationCenter::askForServer(std::function<void(const ServerAnswer&)> then) {
+  if (!connectToBus()) {
+    const auto tell = [then = std::move(then)] { then(NSError{"the session bus cannot be reached"}); };
+    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
+    return;
+  }
+  const auto question =
+      QDBusMessage::createMethodCall(serviceName, objectPath, serviceName, QStringLiteral("GetCapabilities"));
+  whenAnswered(bus_.asyncCall(question, patienceMs_), this,
+               [this, then = std::move(then)](const QDBusPendingReply<QStringList>& answer) {
+                 if (answer.isError()) {
+                   then(errorOf(answer.error()));
+                   return;
+                 }
+                 const Server server{answer.reply().service(), answer.value()};
+                 if (server.name != serverName_) posted_.clear();
+                 serverName_ = server.name;
+                 then(server);
+               });
+}
+
+void LinuxNotificationCenter::post(const UNNotificationRequest& request, const Server& server,
+                                   const std::function<void(const std::optional<NSError>& error)>& completionHandler) {
+  whenAnswered(bus_.asyncCall(notifyCall(request, server), patienceMs_), this,
+               [this, request, completionHandler](const QDBusPendingReply<std::uint32_t>& answer) {
+                 if (answer.isError()) {
+                   completionHandler(errorOf(answer.error()));
+                   return;
+                 }
+                 if (answer.reply().service() == serverName_) remember(answer.value(), request);
+                 completionHandler(std::nullopt);
+               });
+}
+
+QDBusMessage LinuxNotificationCenter::notifyCall(const UNNotificationRequest& request, const Server& server) const {
+  const auto& content = request.content;
+  const QString body = bodyText(content.body);
+  const bool takesMarkup = server.capabilities.contains(QStringLiteral("body-markup"));
+  const bool takesActions = server.capabilities.contains(QStringLiteral("actions"));
+  const auto identifier = QString::fromStdString(applicationIdentifier_);
+  QVariantMap hints{{QStringLiteral("desktop-entry"), identifier}};
+  if (content.sound) {
+    hints[QStringLiteral("sound-name")] = QStringLiteral("message-new-instant");
+  } else {
+    hints[QStringLiteral("suppress-sound")] = true;
+  }
+
+  constexpr std::uint32_t replacesNone = 0;
+  auto call = QDBusMessage::createMethodCall(server.name, objectPath, serviceName, QStringLiteral("Notify"));
+  call << QString::fromStdString(programNameOf(applicationIdentifier_)) << replacesNone << identifier  // as its icon
+       << titleText(content.title) << (takesMarkup ? escapedForMarkup(body) : body)
+       << (takesActions ? actionsOf(content.categoryIdentifier) : QStringList()) << hints << serverDecides;
+  return call;
+}
+
+QStringList LinuxNotificationCenter::actionsOf(const std::string& categoryIdentifier) const {
+  QStringList actions;
+  const auto category = std::ranges::find(categories_, categoryIdentifier, &UNNotificationCategory::identifier);
+  if (category == categories_.end()) return actions;
+  for (const auto& action : category->actions) {
+    actions << QString::fromStdString(action.identifier) << QString::fromStdString(action.title);
+  }
+  return actions;
+}
+
+void LinuxNotificationCenter::remember(std::uint32_t number, const UNNotificationRequest& request) {
+  if (posted_.size() >= mostPosted) posted_.erase(posted_.begin());
+  posted_.insert_or_assign(number, request);
+}
+
+bool LinuxNotificationCenter::isFromServer(const QDBusMessage& signal, const char* signature) const {
+  return signal.service() == serverName_ && signal.signature() == QLatin1String(signature);
+}
+
+void LinuxNotificationCenter::actionInvoked(const QDBusMessage& signal) {
+  if (!isFromServer(signal, "us")) return;
+  const auto arguments = signal.arguments();
+  const auto found = posted_.find(arguments.at(0).toUInt());
+  const auto delegate = delegate_.lock();
+  if (found == posted_.end() || !delegate) return;
+  delegate->userNotificationCenterDidReceiveNotificationResponse(
+      *this, {{found->second}, arguments.at(1).toString().toStdString()}, [] {});
+}
+
+void LinuxNotificationCenter::notificationClosed(const QDBusMessage& signal) {
+  if (isFromServer(signal, "uu")) posted_.erase(signal.arguments().at(0).toUInt());
+}
+
+}  // namespace platform::linux_desktop

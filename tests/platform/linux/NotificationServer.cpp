@@ -1,0 +1,92 @@
+#include "NotificationServer.h"
+
+#include <QDBusArgument>
+#include <stdexcept>
+
+namespace platform::linux_desktop {
+namespace {
+
+constexpr char serviceName[] = "org.freedesktop.Notifications";
+constexpr char objectPath[] = "/org/freedesktop/Notifications";
+
+constexpr char configuration[] = R"(<busconfig>
+  <type>session</type>
+  <listen>unix:tmpdir=/tmp</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+)";
+
+}  // namespace
+
+PrivateBus::PrivateBus() {
+  fill(folder_ / "bus.conf", configuration);
+  stage::ChildProcess::Options options;
+  options.environment = stage::bareEnvironment();
+  options.readOutput = true;
+  daemon_ = std::make_unique<stage::ChildProcess>(
+      std::vector<std::string>{"dbus-daemon", "--config-file=" + (folder_ / "bus.conf").string(), "--nofork",
+                               "--print-address=1"},
+      options);
+  const auto address = daemon_->output().waitFor("unix:");
+  if (!address) throw std::runtime_error("dbus-daemon does not start");
+  address_ = *address;
+  environment_ = std::make_unique<TestEnvironment>(
+      std::vector<std::pair<const char*, const char*>>{{"DBUS_SESSION_BUS_ADDRESS", address_.c_str()}});
+}
+
+NotificationServer::NotificationServer(const PrivateBus& bus, QStringList capabilities, const char* connectionName)
+    : connectionName_(connectionName),
+      capabilities_(std::move(capabilities)),
+      connection_(QDBusConnection::connectToBus(QString::fromStdString(bus.address()), connectionName_)) {
+  if (!connection_.registerVirtualObject(objectPath, this) || !connection_.registerService(serviceName)) {
+    throw std::runtime_error("no notification server");
+  }
+}
+
+NotificationServer::~NotificationServer() {
+  connection_.unregisterObject(objectPath);
+  connection_.unregisterService(serviceName);
+  QDBusConnection::disconnectFromBus(connectionName_);
+}
+
+void NotificationServer::invokeAction(uint number, const QString& action) const {
+  sayActionInvoked(connection_, number, action);
+}
+
+void NotificationServer::close(uint number) const {
+  constexpr uint byTheUser = 2;
+  auto signal = QDBusMessage::createSignal(objectPath, serviceName, "NotificationClosed");
+  signal << number << byTheUser;
+  connection_.send(signal);
+}
+
+bool NotificationServer::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
+  if (manner_ == Manner::isSilent) {
+    message.setDelayedReply(true);
+  } else if (manner_ == Manner::refuses) {
+    connection.send(message.createErrorReply("org.example.Error", "too many notifications"));
+  } else if (message.member() == "GetCapabilities") {
+    connection.send(message.createReply(capabilities_));
+  } else if (message.member() == "Notify" && message.signature() == "susssasa{sv}i") {
+    const auto arguments = message.arguments();
+    shown_.push_back({arguments[0].toString(), arguments[1].toUInt(), arguments[3].toString(), arguments[4].toString(),
+                      arguments[5].toStringList(), qdbus_cast<QVariantMap>(arguments[6])});
+    connection.send(message.createReply(latest()));
+  } else {
+    return false;
+  }
+  return true;
+}
+
+void sayActionInvoked(const QDBusConnection& connection, uint number, const QString& action) {
+  auto signal = QDBusMessage::createSignal(objectPath, serviceName, "ActionInvoked");
+  signal << number << action;
+  connection.send(signal);
+}
+
+}  // namespace platform::linux_desktop
