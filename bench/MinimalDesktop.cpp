@@ -30,6 +30,12 @@ platform::RunLoops& MinimalDesktop::runLoops() {
 platform::AccessibilityServices& MinimalDesktop::accessibility() {
   notHere("accessibility");
 }
+platform::UNUserNotificationCenter& MinimalDesktop::userNotificationCenter() {
+  notHere("the user's notifications");
+}
+platform::SMAppService& MinimalDesktop::mainAppService() {
+  notHere("the login item");
+}
 std::uint64_t MinimalDesktop::Tasks::uptimeNanoseconds() {
   return static_cast<std::uint64_t>(
       std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count());

@@ -26,6 +26,8 @@ class MinimalDesktop : public platform::Desktop {
   platform::UserDefaultsServices& userDefaults() override { return userDefaults_; }
   platform::NSFileManager& fileManager() override { return fileManager_; }
   platform::NSNotificationCenter& defaultNotificationCenter() override { return notifications_; }
+  platform::UNUserNotificationCenter& userNotificationCenter() override;
+  platform::SMAppService& mainAppService() override;
   platform::LogSink& log() override { return log_; }
   std::string newUUID() override { return "00000000-0000-4000-8000-000000000000"; }
 

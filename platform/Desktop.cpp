@@ -38,6 +38,12 @@ NSWorkspace& NSWorkspace::sharedWorkspace() {
 NSNotificationCenter& NSNotificationCenter::defaultCenter() {
   return Desktop::current().defaultNotificationCenter();
 }
+UNUserNotificationCenter& UNUserNotificationCenter::currentNotificationCenter() {
+  return Desktop::current().userNotificationCenter();
+}
+SMAppService& SMAppService::mainAppService() {
+  return Desktop::current().mainAppService();
+}
 NSFileManager& NSFileManager::defaultManager() {
   return Desktop::current().fileManager();
 }

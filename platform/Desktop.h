@@ -12,7 +12,9 @@
 #include "platform/NSFileManager.h"
 #include "platform/NSNotificationCenter.h"
 #include "platform/NSWorkspace.h"
+#include "platform/SMAppService.h"
 #include "platform/Tasks.h"
+#include "platform/UNUserNotificationCenter.h"
 #include "platform/UserDefaults.h"
 
 namespace platform {
@@ -87,6 +89,8 @@ class Desktop {
   virtual UserDefaultsServices& userDefaults() = 0;
   virtual NSFileManager& fileManager() = 0;
   virtual NSNotificationCenter& defaultNotificationCenter() = 0;
+  virtual UNUserNotificationCenter& userNotificationCenter() = 0;
+  virtual SMAppService& mainAppService() = 0;
   virtual LogSink& log() = 0;
   virtual std::string newUUID() = 0;
 };

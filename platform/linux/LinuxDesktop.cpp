@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <QCoreApplication>
 #include <QUuid>
 
 namespace platform::linux_desktop {
@@ -16,6 +17,8 @@ LinuxDesktop::LinuxDesktop(const std::string& applicationIdentifier, std::unique
     : connection_(std::move(connection)),
       log_(applicationIdentifier, STDERR_FILENO),
       userDefaults_(applicationIdentifier),
+      userNotificationCenter_(applicationIdentifier),
+      autostartEntry_(applicationIdentifier, QCoreApplication::applicationFilePath().toStdString()),
       workspace_(*connection_, tasks_, applicationIdentifier),
       accessibility_(*connection_) {}
 

@@ -6,10 +6,12 @@
 #include <string>
 
 #include "platform/Desktop.h"
+#include "platform/linux/AutostartEntry.h"
 #include "platform/linux/LinuxAccessibility.h"
 #include "platform/linux/LinuxEventServices.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "platform/linux/LinuxLog.h"
+#include "platform/linux/LinuxNotificationCenter.h"
 #include "platform/linux/LinuxRunLoops.h"
 #include "platform/linux/LinuxTasks.h"
 #include "platform/linux/LinuxUserDefaults.h"
@@ -42,6 +44,8 @@ class LinuxDesktop : public Desktop {
   UserDefaultsServices& userDefaults() override { return userDefaults_; }
   NSFileManager& fileManager() override { return fileManager_; }
   NSNotificationCenter& defaultNotificationCenter() override { return defaultNotificationCenter_; }
+  UNUserNotificationCenter& userNotificationCenter() override { return userNotificationCenter_; }
+  SMAppService& mainAppService() override { return autostartEntry_; }
   LogSink& log() override { return log_; }
   std::string newUUID() override;
 
@@ -56,6 +60,8 @@ class LinuxDesktop : public Desktop {
   LinuxFileManager fileManager_;
   LinuxUserDefaults userDefaults_;
   NSNotificationCenter defaultNotificationCenter_;
+  LinuxNotificationCenter userNotificationCenter_;
+  AutostartEntry autostartEntry_;
   LinuxWorkspace workspace_;
   LinuxAccessibility accessibility_;
 };

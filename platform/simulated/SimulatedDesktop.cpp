@@ -8,8 +8,10 @@
 #include "platform/simulated/Executor.h"
 #include "platform/simulated/InputStream.h"
 #include "platform/simulated/LogRecorder.h"
+#include "platform/simulated/LoginItem.h"
 #include "platform/simulated/RunLoopService.h"
 #include "platform/simulated/Stores.h"
+#include "platform/simulated/UserNotifications.h"
 #include "platform/simulated/Workspace.h"
 
 namespace platform::simulated {
@@ -23,7 +25,9 @@ SimulatedDesktop::SimulatedDesktop()
       workspace_(std::make_shared<Workspace>(*executor_)),
       runLoops_(std::make_unique<RunLoopService>(*executor_)),
       input_(std::make_unique<InputStream>(*executor_, *runLoops_, *workspace_)),
-      accessibility_(std::make_unique<Accessibility>(*executor_, *runLoops_)) {
+      accessibility_(std::make_unique<Accessibility>(*executor_, *runLoops_)),
+      userNotifications_(std::make_unique<UserNotifications>(*executor_)),
+      loginItem_(std::make_unique<LoginItem>()) {
   runLoops_->setSourceOfTap([this](const CFMachPortRef& port) { return input_->sourceOf(port); });
   executor_->setMovers({[this] { return input_->move(); }, [this] { return runLoops_->performMainSources(); },
                         [this] { return input_->passOverStuckTap(); }});
@@ -189,6 +193,42 @@ std::vector<std::filesystem::path> SimulatedDesktop::fileNames() const {
   return files_->fileNames();
 }
 
+void SimulatedDesktop::answerAuthorization(AuthorizationAnswer answer) {
+  userNotifications_->answerAuthorization(std::move(answer));
+}
+const std::vector<UNAuthorizationOptions>& SimulatedDesktop::authorizationRequests() const {
+  return userNotifications_->authorizationRequests();
+}
+const std::vector<UNNotificationCategory>& SimulatedDesktop::notificationCategories() const {
+  return userNotifications_->categories();
+}
+void SimulatedDesktop::failNotifications(std::optional<std::string> description) {
+  userNotifications_->failPosts(std::move(description));
+}
+const std::vector<UNNotificationRequest>& SimulatedDesktop::postedNotifications() const {
+  return userNotifications_->posted();
+}
+std::optional<UNNotificationPresentationOptions> SimulatedDesktop::presentationInFront(
+    const UNNotificationRequest& request) {
+  return userNotifications_->presentationInFront(request);
+}
+void SimulatedDesktop::chooseAction(const UNNotificationRequest& request, const std::string& actionIdentifier) {
+  userNotifications_->chooseAction(request, actionIdentifier);
+}
+std::size_t SimulatedDesktop::finishedResponses() const {
+  return userNotifications_->finishedResponses();
+}
+
+void SimulatedDesktop::setLoginItemStatus(SMAppServiceStatus status) {
+  loginItem_->setStatus(status);
+}
+void SimulatedDesktop::failLoginItemChanges(std::optional<std::string> description) {
+  loginItem_->failChanges(std::move(description));
+}
+const std::vector<bool>& SimulatedDesktop::loginItemChanges() const {
+  return loginItem_->changes();
+}
+
 std::vector<LogLine> SimulatedDesktop::logLines() const {
   return log_->lines();
 }
@@ -237,6 +277,12 @@ NSFileManager& SimulatedDesktop::fileManager() {
 }
 NSNotificationCenter& SimulatedDesktop::defaultNotificationCenter() {
   return defaultCenter_;
+}
+UNUserNotificationCenter& SimulatedDesktop::userNotificationCenter() {
+  return *userNotifications_;
+}
+SMAppService& SimulatedDesktop::mainAppService() {
+  return *loginItem_;
 }
 LogSink& SimulatedDesktop::log() {
   return *log_;

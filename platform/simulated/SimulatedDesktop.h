@@ -34,6 +34,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/Desktop.h"
@@ -46,7 +47,9 @@ class Executor;
 class Files;
 class InputStream;
 class LogRecorder;
+class LoginItem;
 class RunLoopService;
+class UserNotifications;
 class Workspace;
 
 // An application to launch. Process identifier 0: the desktop gives it the next free one.
@@ -80,6 +83,16 @@ struct InputRecord {
   bool suppressed = false;  // dropped by a tap
   // Which process it reached; absent if it was suppressed, or nobody was in front.
   std::optional<std::int32_t> application;
+};
+
+// What the user answers when the program asks whether it may show notifications.
+struct AuthorizationAnswer {
+  bool granted = true;
+  std::optional<std::string> failure = std::nullopt;
+
+  static AuthorizationAnswer grants() { return {}; }
+  static AuthorizationAnswer refuses() { return {false}; }
+  static AuthorizationAnswer fails(std::string description) { return {false, std::move(description)}; }
 };
 
 struct LogLine {
@@ -180,6 +193,29 @@ class SimulatedDesktop : public Desktop {
   // Every file there is, by name.
   std::vector<std::filesystem::path> fileNames() const;
 
+  // User notifications. What the program is told of them, it is told on a background thread.
+  void answerAuthorization(AuthorizationAnswer answer);
+  // The options of each time that it was asked for.
+  const std::vector<UNAuthorizationOptions>& authorizationRequests() const;
+  const std::vector<UNNotificationCategory>& notificationCategories() const;
+  // From now on posting fails with the description; absent: it works again.
+  void failNotifications(std::optional<std::string> description);
+  // Those that were not failed.
+  const std::vector<UNNotificationRequest>& postedNotifications() const;
+  // How the program wants this one shown while it is in front itself; absent if it does not say.
+  std::optional<UNNotificationPresentationOptions> presentationInFront(const UNNotificationRequest& request);
+  // The user chooses an action of this one, UNNotificationDefaultActionIdentifier by a click on it.
+  void chooseAction(const UNNotificationRequest& request, const std::string& actionIdentifier);
+  // How many choices the program has dealt with.
+  std::size_t finishedResponses() const;
+
+  // Login item. Not registered at first.
+  void setLoginItemStatus(SMAppServiceStatus status);
+  // From now on changing it fails with the description; absent: it works again.
+  void failLoginItemChanges(std::optional<std::string> description);
+  // What was asked for so far, failed or not: true to register, false to unregister.
+  const std::vector<bool>& loginItemChanges() const;
+
   // Log. Any thread.
   std::vector<LogLine> logLines() const;
   std::vector<std::string> logMessages(LogCategory category) const;
@@ -196,6 +232,8 @@ class SimulatedDesktop : public Desktop {
   UserDefaultsServices& userDefaults() override;
   NSFileManager& fileManager() override;
   NSNotificationCenter& defaultNotificationCenter() override;
+  UNUserNotificationCenter& userNotificationCenter() override;
+  SMAppService& mainAppService() override;
   LogSink& log() override;
   // 00000000-0000-4000-8000-000000000001 and on.
   std::string newUUID() override;
@@ -211,6 +249,8 @@ class SimulatedDesktop : public Desktop {
   std::unique_ptr<RunLoopService> runLoops_;
   std::unique_ptr<InputStream> input_;
   std::unique_ptr<Accessibility> accessibility_;
+  std::unique_ptr<UserNotifications> userNotifications_;
+  std::unique_ptr<LoginItem> loginItem_;
   std::atomic<std::uint64_t> lastUUID_{0};
 };
 

@@ -46,6 +46,8 @@ class ThreadedDesktop final : public platform::Desktop,
   platform::UserDefaultsServices& userDefaults() override { missing(); }
   platform::NSFileManager& fileManager() override { missing(); }
   platform::NSNotificationCenter& defaultNotificationCenter() override { missing(); }
+  platform::UNUserNotificationCenter& userNotificationCenter() override { missing(); }
+  platform::SMAppService& mainAppService() override { missing(); }
   std::string newUUID() override { missing(); }
 
  private:
