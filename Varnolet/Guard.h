@@ -3,6 +3,8 @@
 
 #include <memory>
 
+#include "Varnolet/LaunchAtLoginManager.h"
+#include "Varnolet/NotificationManager.h"
 #include "varnoletKit/EventLogManager.h"
 #include "varnoletKit/FocusGuardEngine.h"
 #include "varnoletKit/FocusGuardState.h"
@@ -28,6 +30,8 @@ class Guard {
   std::shared_ptr<varnoletKit::SettingsManager> settingsManager_;
   varnoletKit::PermissionsManager permissionsManager_;
   std::shared_ptr<varnoletKit::EventLogManager> eventLogManager_;
+  std::shared_ptr<varnolet::NotificationManager> notificationManager_;
+  varnolet::LaunchAtLoginManager launchAtLoginManager_;
   std::shared_ptr<varnoletKit::FocusGuardEngine> engine_;
   bool isGuarding_ = false;
 };
