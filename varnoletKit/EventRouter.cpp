@@ -22,7 +22,11 @@ platform::CGEvent* EventRouter::handleTapEvent(platform::CGEventTapProxy, platfo
   gestureLog.debug("🎯 EventRouter received event type=%u", type);
   gestureDetector_->recordEvent(type, platform::CGEventGetFlags(event), platform::CGEventGetLocation(event).y,
                                 platform::dateNow());
-  if (type == platform::kCGEventKeyDown || type == platform::kCGEventKeyUp) captureIfFrontmostChanged();
+  if (type == platform::kCGEventKeyDown || type == platform::kCGEventKeyUp) {
+    captureIfFrontmostChanged();
+  } else if (type != platform::kCGEventFlagsChanged) {
+    expectReturnOf(0);
+  }
   return keystrokeBuffer_->handleEvent(type, event);
 }
 
@@ -30,8 +34,9 @@ void EventRouter::noteFrontmost(std::int32_t pid) {
   lastKnownFrontmostPID_.set(pid);
 }
 
-void EventRouter::expectReturnOf(std::int32_t pid) {
-  returningPID_ = pid;
+void EventRouter::acceptFrontmost(std::int32_t pid) {
+  expectReturnOf(0);
+  noteFrontmost(pid);
 }
 
 void EventRouter::captureIfFrontmostChanged() {
@@ -41,14 +46,17 @@ void EventRouter::captureIfFrontmostChanged() {
   const std::int32_t lastPID = lastKnownFrontmostPID_.exchange(pid);
   if (pid == lastPID) return;
   focusLog.info("⚡️ EventRouter detected PID change: %d → %d", lastPID, pid);
-  const std::int32_t returningPID = returningPID_;
-  if (pid == returningPID) return;
-  if (returningPID != 0) {
-    if (keystrokeBuffer_->mode() != BufferMode::capturing) keystrokeBuffer_->startCapturing();
+  // What is held for a judged theft stays so.
+  if (pid == returningPID_ || keystrokeBuffer_->mode() == BufferMode::capturing) return;
+  // The main thread may judge, or give up, at any moment: having started one kind of capture, look again.
+  if (returningPID_ != 0) {
+    keystrokeBuffer_->startCapturing();
+    if (returningPID_ == 0) keystrokeBuffer_->startSpeculativeCapture();
     return;
   }
   keystrokeBuffer_->startSpeculativeCapture();
   focusLog.info("⏸️  EventRouter started speculative capture on PID change");
+  if (returningPID_ != 0 && returningPID_ != pid) keystrokeBuffer_->promoteToCapture();
 }
 
 }  // namespace varnoletKit

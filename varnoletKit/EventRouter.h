@@ -27,9 +27,12 @@ class EventRouter final : public EventTapDelegate {
   // Any thread. The process that is rightly in front: its next key is no change, but one that any other would get is.
   // Without being told, a router that last saw a key go to a thief would let that same thief have one more.
   void noteFrontmost(std::int32_t pid);
-  // Any thread. The process that is being brought back after a theft, 0 for none. Keys that would reach another one are
-  // held for it until that has ended, however long the judged theft was before them; its own need no judgement.
-  void expectReturnOf(std::int32_t pid);
+  // Any thread. The same, of one that takes the place of any that was being brought back.
+  void acceptFrontmost(std::int32_t pid);
+  // Any thread. The process that is being brought back after a judged theft, 0 for none: none either once the user has
+  // pressed a mouse button. Keys that would reach another one are held for it; its own need no judgement.
+  void expectReturnOf(std::int32_t pid) { returningPID_ = pid; }
+  std::int32_t returningPID() const { return returningPID_; }
 
  private:
   void captureIfFrontmostChanged();

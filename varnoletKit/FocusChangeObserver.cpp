@@ -83,16 +83,6 @@ void FocusChangeObserver::setEventRouter(std::shared_ptr<EventRouter> eventRoute
   eventRouter_ = std::move(eventRouter);
 }
 
-void FocusChangeObserver::reactivationBegan() {
-  assert(platform::isMainThread());
-  ++reactivationsInFlight_;
-}
-
-void FocusChangeObserver::reactivationEnded() {
-  assert(platform::isMainThread() && isReactivationInFlight());
-  --reactivationsInFlight_;
-}
-
 void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   assert(platform::isMainThread());
   if (!state_->isEnabled()) {
@@ -109,7 +99,7 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   // The blessed app coming back is never a theft. While a theft is being undone it is how that succeeds, and the held
   // keys wait for the replay, which also counts them. Later than that, nobody else would give them to it.
   const bool isBlessedApp = blessedApp_ == app;
-  if (isBlessedApp && isReactivationInFlight()) return;
+  if (isBlessedApp && eventRouter_ && eventRouter_->returningPID() == app.processIdentifier()) return;
 
   if (isUserInitiated) {
     focusLog.info("✅ User-initiated activation: %s (%s)", name, bundleID);
@@ -131,7 +121,7 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
 
 void FocusChangeObserver::accept(const NSRunningApplication& app, const std::string& name,
                                  void (FocusChangeDelegate::*outcome)(const NSRunningApplication&)) {
-  if (eventRouter_) eventRouter_->noteFrontmost(app.processIdentifier());
+  if (eventRouter_) eventRouter_->acceptFrontmost(app.processIdentifier());
   const std::int64_t flushed = keystrokeBuffer_->flush();
   focusLog.info("💨 Flushed %ld buffered keystroke(s) to %s", flushed, name);
   blessedApp_ = app;
@@ -139,6 +129,7 @@ void FocusChangeObserver::accept(const NSRunningApplication& app, const std::str
 }
 
 void FocusChangeObserver::reportTheft(const NSRunningApplication& thief) {
+  if (eventRouter_) eventRouter_->expectReturnOf(blessedApp_->processIdentifier());
   keystrokeBuffer_->promoteToCapture();
   focusLog.info("🔒 Promoted buffer to capture mode, will replay to blessed app");
   if (delegate_.expired()) {

@@ -41,15 +41,10 @@ class FocusChangeObserver final : public std::enable_shared_from_this<FocusChang
   const std::optional<platform::NSRunningApplication>& blessedApp() const { return blessedApp_; }
   void updateBlessedApp(std::optional<platform::NSRunningApplication> app);
 
-  // Is told of every accepted application before the keys are released to it: they pass the tap once more, and must not
-  // be taken for those of a stranger there.
+  // Is told of every verdict before it takes effect on the held keys: whom they are released to, for they pass the tap
+  // once more and must not be taken for those of a stranger there; or which application is to come back for them. The
+  // activation of the latter leaves the keys to the replay.
   void setEventRouter(std::shared_ptr<EventRouter> eventRouter);
-
-  // While the blessed app is being brought back, its activation leaves the held keys to the replay. Each beginning has
-  // its end; they may overlap.
-  void reactivationBegan();
-  void reactivationEnded();
-  bool isReactivationInFlight() const { return reactivationsInFlight_ > 0; }
 
  private:
   void handleActivation(const platform::NSRunningApplication& app);
@@ -67,7 +62,6 @@ class FocusChangeObserver final : public std::enable_shared_from_this<FocusChang
   const std::shared_ptr<KeystrokeBuffer> keystrokeBuffer_;
   std::shared_ptr<EventRouter> eventRouter_;
   std::optional<platform::NSRunningApplication> blessedApp_;
-  int reactivationsInFlight_ = 0;
 };
 
 }  // namespace varnoletKit

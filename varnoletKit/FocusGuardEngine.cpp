@@ -91,8 +91,7 @@ void FocusGuardEngine::handleProgrammaticTheft(const NSRunningApplication& thief
   focusLog.info("🔴 handleProgrammaticTheft called - thief: %s, blessed: %s", nameOf(thief), nameOf(blessedApp));
   beginIntercept(thief);
   focusLog.info("🛡️  Beginning intercept for %s → %s", nameOf(thief), nameOf(blessedApp));
-  focusChangeObserver_->reactivationBegan();
-  eventRouter_->expectReturnOf(blessedApp.processIdentifier());
+  ++reactivationsInFlight_;
   platform::runOnMainThread([weak = weak_from_this(), thief, blessedApp] {
     if (auto engine = weak.lock()) undoTheft(std::move(engine), thief, blessedApp);
   });
@@ -109,8 +108,7 @@ void FocusGuardEngine::beginIntercept(const NSRunningApplication& thief) {
 platform::DetachedTask FocusGuardEngine::undoTheft(std::shared_ptr<FocusGuardEngine> engine, NSRunningApplication thief,
                                                    NSRunningApplication blessedApp) {
   const ReactivationResult result = co_await engine->reactivationManager_.reactivate(blessedApp);
-  engine->focusChangeObserver_->reactivationEnded();
-  if (!engine->focusChangeObserver_->isReactivationInFlight()) engine->eventRouter_->expectReturnOf(0);
+  if (--engine->reactivationsInFlight_ == 0) engine->eventRouter_->expectReturnOf(0);
   if (const auto* success = std::get_if<ReactivationResult::success>(&result.value)) {
     engine->blockSucceeded(thief, blessedApp, success->latencyMs);
   } else if (std::holds_alternative<ReactivationResult::appTerminated>(result.value)) {
@@ -148,7 +146,7 @@ void FocusGuardEngine::keystrokeBufferDidTimeout() {
   assert(platform::isMainThread());
   // Told late, when the next change of the focus already waits to be judged: that one must not be accepted unseen.
   if (keystrokeBuffer_->mode() != BufferMode::passThrough) {
-    if (!focusChangeObserver_->isReactivationInFlight()) state_->setIsIntercepting(false);
+    if (reactivationsInFlight_ == 0) state_->setIsIntercepting(false);
     return;
   }
   acceptFrontmost();
@@ -164,6 +162,7 @@ void FocusGuardEngine::keystrokeBufferDidCancelViaMouseClick() {
 void FocusGuardEngine::acceptFrontmost() {
   state_->setIsIntercepting(false);
   const auto frontmost = platform::NSWorkspace::sharedWorkspace().frontmostApplication();
+  eventRouter_->acceptFrontmost(frontmost ? frontmost->processIdentifier() : 0);
   focusChangeObserver_->updateBlessedApp(frontmost);
   state_->setBlessedApp(frontmost);
 }

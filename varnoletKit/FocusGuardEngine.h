@@ -41,7 +41,7 @@ class FocusGuardEngine final : public KeystrokeBufferDelegate, public std::enabl
   // Held keys are dropped. A re-activation that is under way completes, with its replay, its log entry and its report.
   void stop();
 
-  // Called once for each confirmed block, after it was logged.
+  // Called once for each confirmed block, after it was handed to the event logger.
   std::function<void(const BlockedEvent&)> onBlockOccurred;
 
   GestureDetector& gestureDetector() const { return *gestureDetector_; }
@@ -82,6 +82,7 @@ class FocusGuardEngine final : public KeystrokeBufferDelegate, public std::enabl
   const std::shared_ptr<EventLogging> eventLogger_;
   const std::shared_ptr<FocusGuardState> state_;
   bool isRunning_ = false;
+  int reactivationsInFlight_ = 0;
   // The last: the tap's thread ends before anything that it uses is gone.
   std::unique_ptr<EventTapManager> eventTapManager_;
 };

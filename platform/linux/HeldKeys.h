@@ -64,11 +64,7 @@ class TapEvent final : public CGEvent {
   TapEvent(CGEventFlags flags, CGPoint location) : flags_(flags), location_(location) {}
   // One that the gate holds.
   TapEvent(const KeyStroke& stroke, KeyQueue::Ordinal ordinal, const std::shared_ptr<HeldKeyInbox>& inbox)
-      : flags_(stroke.flags),
-        location_(stroke.location),
-        stroke_(&stroke),
-        ordinal_(ordinal),
-        inbox_(&inbox) {}
+      : flags_(stroke.flags), location_(stroke.location), stroke_(&stroke), ordinal_(ordinal), inbox_(&inbox) {}
 
   CGEventFlags flags() const override { return flags_; }
   CGPoint location() const override { return location_; }

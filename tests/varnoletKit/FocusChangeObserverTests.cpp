@@ -153,9 +153,10 @@ TEST_F(FocusChangeObserverTest, TheBlessedAppComingBackByItselfIsAcceptedAndNoTh
                                  info("💨 Flushed 1 buffered keystroke(s) to Editor")));
 }
 
-TEST_F(FocusChangeObserverTest, TheBlessedAppBroughtBackLeavesTheKeysToTheReplayUntilTheLastReactivationHasEnded) {
-  observer_->reactivationBegan();
-  observer_->reactivationBegan();
+TEST_F(FocusChangeObserverTest, TheBlessedAppBroughtBackLeavesTheKeysToTheReplayAndNoOtherDoes) {
+  const auto router = std::make_shared<EventRouter>(std::make_shared<GestureDetector>(64), buffer_);
+  observer_->setEventRouter(router);
+  router->expectReturnOf(editor_.processIdentifier());
   for (const bool recentGesture : {false, true}) {
     gestures_->recent = recentGesture;
     typeHeldKey();
@@ -164,13 +165,10 @@ TEST_F(FocusChangeObserverTest, TheBlessedAppBroughtBackLeavesTheKeysToTheReplay
   }
   EXPECT_THAT(delegate_->outcomes, IsEmpty());
   EXPECT_EQ(buffer_->count(), 2);
-  EXPECT_EQ(buffer_->mode(), BufferMode::speculative);
-  observer_->reactivationEnded();
-  activate(editor_);
-  EXPECT_EQ(buffer_->count(), 2);
-  observer_->reactivationEnded();
-  activate(editor_);
-  EXPECT_EQ(desktop_.textIn(editor_), "aa");
+  activate(other_);
+  EXPECT_THAT(delegate_->outcomes, ElementsAre("user 2"));
+  EXPECT_EQ(router->returningPID(), 0) << "the user went elsewhere";
+  EXPECT_EQ(desktop_.textIn(other_), "aa");
 }
 
 TEST_F(FocusChangeObserverTest, WhilePausedActivationsLeaveNoTrace) {

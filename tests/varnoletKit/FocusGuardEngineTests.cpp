@@ -200,6 +200,22 @@ TEST_F(FocusGuardEngineTest, ASlowReturnKeepsTheKeysThatComeOnlyAfterTheTheftWas
   EXPECT_FALSE(state_->isIntercepting());
 }
 
+TEST_F(FocusGuardEngineTest, OnceAnotherIsAcceptedItsKeysAreNotHeldForTheOneThatWasToComeBack) {
+  for (const bool byClick : {false, true}) {
+    makeEngine(200);
+    ASSERT_TRUE(engine_->start());
+    desktop_.activate(editor_);
+    desktop_.advance(2s);
+    desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
+    stealDuring(thief_, "");
+    byClick ? desktop_.clickMouse() : desktop_.advance(250ms);
+    desktop_.type("a");
+    desktop_.advance(2s);
+    EXPECT_EQ(textIn(thief_), byClick ? "aa" : "a");
+    engine_->stop();
+  }
+}
+
 TEST_F(FocusGuardEngineTest, KeysOfTheReturnedAppWaitForTheReplayHoweverLateItIs) {
   startGuarding();
   stealDuring(thief_, "a");
