@@ -58,7 +58,7 @@ void handleResponse(SettingsManager& settingsManager, const std::string& action,
 
 std::shared_ptr<NotificationManager> NotificationManager::create(std::shared_ptr<SettingsManager> settingsManager) {
   assert(isMainThread());
-  const std::shared_ptr<NotificationManager> manager(new NotificationManager(std::move(settingsManager)));
+  std::shared_ptr<NotificationManager> manager(new NotificationManager(std::move(settingsManager)));
   UNUserNotificationCenter::currentNotificationCenter().setDelegate(manager);
   runOnMainThread(requestAuthorization);
   registerCategory();

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <utility>
 
@@ -29,6 +30,9 @@ constexpr char explanation[] =
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
+  // Otherwise a bus that turns its client away ends the whole process: Qt frees such a connection without closing it,
+  // which the D-Bus library takes for a fault to die of. There are no other threads yet.
+  setenv("DBUS_FATAL_WARNINGS", "0", 0);  // NOLINT(concurrency-mt-unsafe)
   const QCoreApplication application(argc, argv);
   const auto desktop = platform::linux_desktop::LinuxDesktop::open(varnoletKit::applicationIdentifier);
   if (!desktop) {

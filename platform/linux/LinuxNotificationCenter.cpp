@@ -2,8 +2,11 @@
 
 #include <QDBusError>
 #include <QDBusPendingReply>
+#include <QFuture>
+#include <QPromise>
 #include <QVariantMap>
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 #include "platform/linux/DBusCalls.h"
@@ -69,41 +72,59 @@ void LinuxNotificationCenter::addNotificationRequest(
   });
 }
 
-bool LinuxNotificationCenter::connectToBus() {
-  if (bus_.isConnected()) return true;
-  const QString address = sessionBusAddress();
-  if (address.isEmpty()) return false;
+void LinuxNotificationCenter::whenConnected(std::function<void()> then) {
+  if (bus_.isConnected()) {
+    then();
+    return;
+  }
+  waiting_.push_back(std::move(then));
+  if (waiting_.size() == 1) connectToBus();
+}
+
+// On a thread that nobody waits for, not even at the end of the program: a bus may let its clients wait for long.
+void LinuxNotificationCenter::connectToBus() {
   QDBusConnection::disconnectFromBus(connectionName);
-  bus_ = QDBusConnection::connectToBus(address, connectionName);
+  QPromise<void> attempt;
+  attempt.start();
+  attempt.future().then(this, [this] { connectionAttempted(); });
+  std::thread([address = sessionBusAddress(), attempt = std::move(attempt)]() mutable {
+    if (!address.isEmpty()) QDBusConnection::connectToBus(address, connectionName);
+    attempt.finish();
+  }).detach();
+}
+
+void LinuxNotificationCenter::connectionAttempted() {
+  bus_ = QDBusConnection(connectionName);
   serverName_.clear();
   posted_.clear();
   // Of any sender: to name the server here would mean to wait until the bus has told who that is.
-  return bus_.isConnected() &&
-         bus_.connect(QString(), objectPath, serviceName, QStringLiteral("ActionInvoked"), this,
-                      SLOT(actionInvoked(QDBusMessage))) &&
-         bus_.connect(QString(), objectPath, serviceName, QStringLiteral("NotificationClosed"), this,
-                      SLOT(notificationClosed(QDBusMessage)));
+  for (const auto& [signal, slot] : {std::pair("ActionInvoked", SLOT(actionInvoked(QDBusMessage))),
+                                     std::pair("NotificationClosed", SLOT(notificationClosed(QDBusMessage)))}) {
+    bus_.connect(QString(), objectPath, serviceName, QLatin1String(signal), this, slot);
+  }
+  for (const auto& then : std::exchange(waiting_, {})) then();
 }
 
 void LinuxNotificationCenter::askForServer(std::function<void(const ServerAnswer&)> then) {
-  if (!connectToBus()) {
-    const auto tell = [then = std::move(then)] { then(NSError{"the session bus cannot be reached"}); };
-    QMetaObject::invokeMethod(this, tell, Qt::QueuedConnection);
-    return;
-  }
-  const auto question =
-      QDBusMessage::createMethodCall(serviceName, objectPath, serviceName, QStringLiteral("GetCapabilities"));
-  whenAnswered(bus_.asyncCall(question, patienceMs_), this,
-               [this, then = std::move(then)](const QDBusPendingReply<QStringList>& answer) {
-                 if (answer.isError()) {
-                   then(errorOf(answer.error()));
-                   return;
-                 }
-                 const Server server{answer.reply().service(), answer.value()};
-                 if (server.name != serverName_) posted_.clear();
-                 serverName_ = server.name;
-                 then(server);
-               });
+  whenConnected([this, then = std::move(then)] {
+    if (!bus_.isConnected()) {
+      then(NSError{"the session bus cannot be reached"});
+      return;
+    }
+    const auto question =
+        QDBusMessage::createMethodCall(serviceName, objectPath, serviceName, QStringLiteral("GetCapabilities"));
+    whenAnswered(bus_.asyncCall(question, patienceMs_), this,
+                 [this, then](const QDBusPendingReply<QStringList>& answer) {
+                   if (answer.isError()) {
+                     then(errorOf(answer.error()));
+                     return;
+                   }
+                   const Server server{answer.reply().service(), answer.value()};
+                   if (server.name != serverName_) posted_.clear();
+                   serverName_ = server.name;
+                   then(server);
+                 });
+  });
 }
 
 void LinuxNotificationCenter::post(const UNNotificationRequest& request, const Server& server,

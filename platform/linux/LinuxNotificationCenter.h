@@ -52,7 +52,10 @@ class LinuxNotificationCenter : public QObject, public UNUserNotificationCenter 
   Q_SLOT void actionInvoked(const QDBusMessage& signal);
   Q_SLOT void notificationClosed(const QDBusMessage& signal);
 
-  bool connectToBus();
+  // Calls `then` once the bus is connected or has turned out not to be there.
+  void whenConnected(std::function<void()> then);
+  void connectToBus();
+  void connectionAttempted();
   void askForServer(std::function<void(const ServerAnswer&)> then);
   void post(const UNNotificationRequest& request, const Server& server,
             const std::function<void(const std::optional<NSError>& error)>& completionHandler);
@@ -65,6 +68,7 @@ class LinuxNotificationCenter : public QObject, public UNUserNotificationCenter 
   const std::string applicationIdentifier_;
   const int patienceMs_;
   QDBusConnection bus_;
+  std::vector<std::function<void()>> waiting_;  // for the connection
   std::weak_ptr<UNUserNotificationCenterDelegate> delegate_;
   std::vector<UNNotificationCategory> categories_;
   // The server asked last, and what it shows of ours, by the numbers that it gave.
