@@ -35,7 +35,7 @@ TEST_F(LinuxTasksTest, MainThreadWorkKeepsTheOrderOfEachThreadAndNeverRunsInside
   EXPECT_TRUE(seen[0].empty());
   std::thread one([&] { addAll(1); });
   std::thread two([&] { addAll(2); });
-  ASSERT_TRUE(runUntil([&] { return seen[0].size() + seen[1].size() + seen[2].size() == 3 * perThread; }));
+  ASSERT_TRUE(runUntil([&] { return seen[0].size() + seen[1].size() + seen[2].size() == 3 * std::size_t{perThread}; }));
   one.join();
   two.join();
   for (const auto& lane : seen) EXPECT_TRUE(std::is_sorted(lane.begin(), lane.end()));

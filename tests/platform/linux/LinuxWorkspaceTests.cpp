@@ -26,7 +26,7 @@ class LinuxWorkspaceTest : public testing::Test {
     listenFor(NSWorkspaceDidActivateApplicationNotification, "activate ");
     desktop->setWindowManagerHandler([this] { ++windowManagerChanges; });
   }
-  ~LinuxWorkspaceTest() override { desktop->finish(); }
+  void TearDown() override { desktop->finish(); }
 
   void listenFor(const char* name, const std::string& verb) {
     workspace().notificationCenter().addObserverForName(
