@@ -121,6 +121,7 @@ TEST_F(LinuxNotificationCenterTest, BelievesOnlyTheServerThatShowsTheNotificatio
   {
     const NotificationServer server(bus, everything);
     ASSERT_EQ(post("1"), "");
+    ASSERT_EQ(post("another"), "");
     auto stranger = QDBusConnection::connectToBus(QString::fromStdString(bus.address()), "test-stranger");
     sayActionInvoked(stranger, 1, "ALLOW");
     stranger.interface()->serviceOwner("org.freedesktop.DBus");  // an answer means that the signal is out
@@ -130,6 +131,7 @@ TEST_F(LinuxNotificationCenterTest, BelievesOnlyTheServerThatShowsTheNotificatio
   successor.invokeAction(1, "ALLOW");
   ASSERT_EQ(post("2"), "");
   EXPECT_EQ(successor.latest(), 1u) << "the number that the first server gave to the first notification";
+  successor.invokeAction(2, "ALLOW");
   successor.invokeAction(1, "DISMISS");
   ASSERT_TRUE(runUntil([&] { return !choices->made.empty(); }));
   EXPECT_THAT(choices->made, ElementsAre("2 DISMISS org.example"));
