@@ -33,8 +33,7 @@ Guard::~Guard() {
 
 bool Guard::startIfPermitted() {
   permissionsManager_.refreshPermissions();
-  if (!permissionsManager_.allPermissionsGranted()) return false;
-  if (isGuarding_) return true;
+  if (isGuarding_ || !permissionsManager_.allPermissionsGranted()) return isGuarding_;
   isGuarding_ = engine_->start();
   // An engine without its tap would stay without.
   if (!isGuarding_) engine_->stop();

@@ -12,7 +12,7 @@ class EventLogging {
   EventLogging& operator=(const EventLogging&) = delete;
   virtual ~EventLogging() = default;
 
-  // Keeps the event. Reports no failure. Main thread.
+  // Keeps the event, perhaps a little later. Reports no failure. Main thread.
   virtual void log(const BlockedEvent& event) = 0;
 };
 

@@ -65,7 +65,7 @@ void AccessibilityBus::askForAddress() {
                                                        QStringLiteral("GetAddress"));
   whenAnswered(session_.asyncCall(question, patienceMs), this, [this](const QDBusPendingReply<QString>& address) {
     if (address.isError()) {
-      isDisabled_ = true;
+      isDisabled_ = !bus_.isConnected();
     } else {
       connectTo(address.value());
     }
@@ -73,6 +73,9 @@ void AccessibilityBus::askForAddress() {
 }
 
 void AccessibilityBus::connectTo(const QString& address) {
+  // A launcher that was only started by the question is announced too, and asked twice.
+  if (bus_.isConnected() && address == address_) return;
+  address_ = address;
   QDBusConnection::disconnectFromBus(connectionName);
   isRegistered_ = false;
   processes_.clear();

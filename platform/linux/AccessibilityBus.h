@@ -52,6 +52,7 @@ class AccessibilityBus : public QObject {
 
   QDBusConnection session_;
   QDBusConnection bus_;
+  QString address_;               // of bus_
   QDBusServiceWatcher launcher_;  // of the bus
   std::atomic<bool> isDisabled_ = false;
   bool isRegistered_ = false;

@@ -46,6 +46,11 @@ std::vector<DeviceId> KeyboardGate::grabbed() const {
   return devices;
 }
 
+void KeyboardGate::forget(DeviceId keyboard) {
+  const auto side = sides_.find(keyboard);
+  if (side != sides_.end()) side->second.isHeld = false;
+}
+
 void KeyboardGate::reached(std::uint32_t sequence) {
   for (auto& [keyboard, side] : sides_) {
     while (!side.boundaries.empty() && isAtOrPast(sequence, side.boundaries.front().sequence)) {

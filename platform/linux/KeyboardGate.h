@@ -22,8 +22,9 @@ class KeyboardGate {
   void open();
   // The keyboards that are grabbed now: they float until the gate opens.
   std::vector<DeviceId> grabbed() const;
-  // Forgets a keyboard that is gone.
-  void forget(DeviceId keyboard) { sides_.erase(keyboard); }
+  // A keyboard went away at the event reached last, and the grab then in force with it. One that was asked for later is
+  // in force, if the keyboard was back by then.
+  void forget(DeviceId keyboard);
 
   // To be told the sequence number of every event of the connection, in the order in which they came. Replies and
   // events come in one stream, so which side of the gate an event was on is known, not guessed: the server had handled

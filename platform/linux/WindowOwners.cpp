@@ -59,9 +59,8 @@ xcb_window_t clientInside(XcbConnection& connection, xcb_window_t frame, const s
     if (!tree) continue;
     const xcb_window_t* children = xcb_query_tree_children(tree.get());
     for (int child = 0; child < xcb_query_tree_children_length(tree.get()); ++child) {
-      if (waiting.size() > mostFrameDescendants) break;
       if (contains(clients, children[child])) return children[child];
-      waiting.push_back(children[child]);
+      if (waiting.size() <= mostFrameDescendants) waiting.push_back(children[child]);
     }
   }
   return XCB_WINDOW_NONE;

@@ -30,12 +30,12 @@ class LinuxEventTapTest : public testing::Test {
 TEST_F(LinuxEventTapTest, AKeyboardThatComesBackUnderItsNumberBeforeItWasMissedIsHeldAgain) {
   application.createMapped();  // the focus may move
   ASSERT_TRUE(performUntil([&] { return keyboard.isFloating(); }));
-  xcb_grab_server(scene.desktop.connection());  // so that the tap learns of both at once
-  keyboard.setEnabled(false);
-  keyboard.setEnabled(true);
+  xcb_grab_server(scene.desktop.connection());  // so that the tap learns of all at once
+  for (const bool enabled : {false, true, false, true}) keyboard.setEnabled(enabled);
   xcb_ungrab_server(scene.desktop.connection());
   ASSERT_FALSE(keyboard.isFloating());
   EXPECT_TRUE(performUntil([&] { return keyboard.isFloating(); }));
+  EXPECT_TRUE(performUntil([&] { return !keyboard.isFloating(); })) << "held, and nobody knows of it";
 }
 
 }  // namespace

@@ -112,7 +112,7 @@ TEST_P(WindowOwnersTest, AWindowWithMoreInsideThanAnyFrameIsNotSearchedToItsEnd)
   const xcb_window_t crowd = other.create();
   fill(crowd, 2000);
   ownerOf(crowd);  // by then the server has made them all
-  scene.setWindow(connection->root(), "_NET_CLIENT_LIST", application.createInside(crowd));
+  scene.setWindow(connection->root(), "_NET_CLIENT_LIST", application.createInside(other.createInside(crowd)));
   const std::uint32_t before = xcb_no_operation(*connection).sequence;
   EXPECT_EQ(ownerOf(crowd), other.process());
   EXPECT_LT(xcb_no_operation(*connection).sequence - before, 100U) << "requests";
