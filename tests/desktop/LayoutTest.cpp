@@ -83,8 +83,6 @@ TEST_P(Layouts, WriteDuringATheftWhatTheyWriteOtherwise) {
     for (int i = 1; i < 3; ++i) expected.insert(expected.end(), german.begin(), german.end());
     // A modifier by itself starts no capture: its press may have gone to the thief, and counts all the same.
     ASSERT_TRUE(eventually([&] { return symbols().size() >= expected.size(); })) << scene.account();
-    // A modifier by itself starts no capture: its press may have gone to the thief, and counts all the same.
-    ASSERT_TRUE(eventually([&] { return symbols().size() >= expected.size(); })) << scene.account();
     EXPECT_EQ(symbols(), expected) << "during " << nameOf(theft);
     scene.startAfresh();
     ASSERT_NO_FATAL_FAILURE(scene.waitUntilGateOpens());
