@@ -261,7 +261,7 @@ TEST_F(GuardThreadTest, NothingIsPostedOrLoggedUnderTheLockAndAKeyThatComesMeanw
   holdSpeculatively(*buffer, 1, fates[0]);
   buffer->flush();
   holdSpeculatively(*buffer, 1, fates[1]);  // released by the timeout
-  waitUntil(fates[1].posted, 1);
+  waitUntil(passed, 2);
   buffer->startCapturing();
   Key key(1, fates[2]);
   EXPECT_EQ(buffer->handleEvent(kCGEventKeyDown, key), nullptr);
