@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/linux/WorkerThreads.h"
+
 namespace bench {
 namespace {
 
@@ -30,6 +32,9 @@ platform::RunLoops& MinimalDesktop::runLoops() {
 platform::AccessibilityServices& MinimalDesktop::accessibility() {
   notHere("accessibility");
 }
+platform::BundleServices& MinimalDesktop::bundles() {
+  notHere("bundles");
+}
 platform::UNUserNotificationCenter& MinimalDesktop::userNotificationCenter() {
   notHere("the user's notifications");
 }
@@ -40,9 +45,9 @@ std::uint64_t MinimalDesktop::Tasks::uptimeNanoseconds() {
   return static_cast<std::uint64_t>(
       std::chrono::nanoseconds(std::chrono::steady_clock::now().time_since_epoch()).count());
 }
-std::unique_ptr<platform::DispatchQueue> MinimalDesktop::Tasks::createQueue(const std::string&,
-                                                                            platform::QualityOfService) {
-  notHere("a queue");
+std::unique_ptr<platform::DispatchQueue> MinimalDesktop::Tasks::createQueue(const std::string& label,
+                                                                            platform::QualityOfService quality) {
+  return std::make_unique<platform::linux_desktop::SerialQueue>(label, quality);
 }
 
 }  // namespace bench

@@ -1,21 +1,18 @@
 #include "varnoletKit/EventLogAdapter.h"
 
 #include <cassert>
-#include <string>
 #include <utility>
 
-#include "varnoletKit/ApplicationIdentifier.h"
+#include "platform/Tasks.h"
 
 namespace varnoletKit {
 
 EventLogAdapter::EventLogAdapter(std::shared_ptr<EventLogManager> eventLogManager)
-    : eventLogManager_(std::move(eventLogManager)),
-      queue_(platform::dispatchQueueCreate(std::string(applicationIdentifier) + ".eventlog",
-                                           platform::QualityOfService::standard)) {}
+    : eventLogManager_(std::move(eventLogManager)) {}
 
 void EventLogAdapter::log(const BlockedEvent& event) {
   assert(platform::isMainThread());
-  queue_->async([manager = eventLogManager_, event] { manager->append(event); });
+  eventLogManager_->appendLater(event);
 }
 
 }  // namespace varnoletKit

@@ -7,7 +7,7 @@
 
 #include "platform/Log.h"
 #include "platform/NSCalendar.h"
-#include "platform/Tasks.h"
+#include "varnoletKit/ApplicationIdentifier.h"
 #include "varnoletKit/BlockedEventCoding.h"
 
 namespace varnoletKit {
@@ -31,7 +31,9 @@ platform::Date cutoffBefore(platform::Date now, std::int64_t days) {
 
 }  // namespace
 
-EventLogManager::EventLogManager(const std::optional<std::filesystem::path>& directoryURL) {
+EventLogManager::EventLogManager(const std::optional<std::filesystem::path>& directoryURL)
+    : queue_(platform::dispatchQueueCreate(std::string(applicationIdentifier) + ".eventlog",
+                                           platform::QualityOfService::standard)) {
   const std::filesystem::path folder = directoryURL ? *directoryURL : defaultDirectory();
   exportURL_ = folder / "blocked-events.json";
   static_cast<void>(platform::NSFileManager::defaultManager().createDirectory(folder));
@@ -39,11 +41,56 @@ EventLogManager::EventLogManager(const std::optional<std::filesystem::path>& dir
 
 std::vector<BlockedEvent> EventLogManager::loadEvents() {
   const std::lock_guard lock(lock_);
+  appendWaiting();
   return readEvents().value_or(std::vector<BlockedEvent>());
 }
 
 void EventLogManager::append(const BlockedEvent& event) {
   const std::lock_guard lock(lock_);
+  appendWaiting();
+  appendNow(event);
+}
+
+void EventLogManager::appendLater(const BlockedEvent& event) {
+  {
+    const std::lock_guard lock(waitingLock_);
+    waiting_.push_back(event);
+  }
+  queue_->async([this] {
+    const std::lock_guard lock(lock_);
+    appendWaiting();
+  });
+}
+
+void EventLogManager::clearEvents() {
+  const std::lock_guard lock(lock_);
+  appendWaiting();
+  writeEvents({});
+}
+
+void EventLogManager::pruneEvents(std::int64_t olderThanDays) {
+  const std::lock_guard lock(lock_);
+  appendWaiting();
+  const platform::Date cutoff = cutoffBefore(platform::dateNow(), olderThanDays);
+  auto events = readEvents();
+  if (!events) return;
+  const auto removed = std::erase_if(*events, [&](const BlockedEvent& event) { return event.timestamp < cutoff; });
+  if (removed == 0) return;
+  writeEvents(*events);
+  lifecycleLog.info("Pruned %ld old blocked events", static_cast<std::int64_t>(removed));
+}
+
+// What waits is written by the queue or by whatever operation comes before it, so that none overtakes it.
+void EventLogManager::appendWaiting() {
+  std::vector<BlockedEvent> events;
+  {
+    const std::lock_guard lock(waitingLock_);
+    events.swap(waiting_);
+  }
+  for (const auto& event : events) appendNow(event);
+}
+
+void EventLogManager::appendNow(const BlockedEvent& event) {
   auto events = readEvents();
   const auto obstacle = events ? std::nullopt : setUnreadableFileAside();
   if (obstacle) {
@@ -54,22 +101,6 @@ void EventLogManager::append(const BlockedEvent& event) {
     writeEvents(*events);
   }
   focusLog.info("Logged blocked event: %s → %s", event.thiefName, event.protectedName);
-}
-
-void EventLogManager::clearEvents() {
-  const std::lock_guard lock(lock_);
-  writeEvents({});
-}
-
-void EventLogManager::pruneEvents(std::int64_t olderThanDays) {
-  const std::lock_guard lock(lock_);
-  const platform::Date cutoff = cutoffBefore(platform::dateNow(), olderThanDays);
-  auto events = readEvents();
-  if (!events) return;
-  const auto removed = std::erase_if(*events, [&](const BlockedEvent& event) { return event.timestamp < cutoff; });
-  if (removed == 0) return;
-  writeEvents(*events);
-  lifecycleLog.info("Pruned %ld old blocked events", static_cast<std::int64_t>(removed));
 }
 
 std::optional<std::vector<BlockedEvent>> EventLogManager::readEvents() {

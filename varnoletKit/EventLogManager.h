@@ -3,17 +3,21 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <vector>
 
 #include "platform/NSFileManager.h"
+#include "platform/Tasks.h"
 #include "varnoletKit/BlockedEvent.h"
 
 namespace varnoletKit {
 
-// Keeps no events in memory: every operation goes to the file, under one lock. No failure is reported to the caller,
-// they are logged. Any thread; the file is not locked against other processes.
+// Every operation goes to the file, under one lock; events stay in memory only between appendLater() and their turn. No
+// failure is reported to the caller, they are logged. Any thread; the file is not locked against other processes.
+//
+// Destroying it waits until everything is written.
 class EventLogManager {
  public:
   // Uses the given folder, else "Varnolet" in the user's first application-support directory. Creates the folder; if
@@ -31,6 +35,10 @@ class EventLogManager {
   // file stays as it is and the event is lost.
   void append(const BlockedEvent& event);
 
+  // append(), but on a thread of the log's own: a disk may take seconds to take a file for sure. To every other
+  // operation it is as if the event had been appended inside this call.
+  void appendLater(const BlockedEvent& event);
+
   // Makes the file an empty log, whatever it held.
   void clearEvents();
 
@@ -39,6 +47,8 @@ class EventLogManager {
 
  private:
   // The caller of each holds the lock.
+  void appendWaiting();
+  void appendNow(const BlockedEvent& event);
   // Absent if there is a file that cannot be read.
   std::optional<std::vector<BlockedEvent>> readEvents();
   void writeEvents(const std::vector<BlockedEvent>& events);
@@ -46,6 +56,9 @@ class EventLogManager {
 
   std::filesystem::path exportURL_;
   std::mutex lock_;
+  std::mutex waitingLock_;  // taken while the other is held, or alone
+  std::vector<BlockedEvent> waiting_;
+  std::unique_ptr<platform::DispatchQueue> queue_;  // the last one: its work uses all the others
 };
 
 }  // namespace varnoletKit
