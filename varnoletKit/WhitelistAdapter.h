@@ -15,8 +15,8 @@ class WhitelistAdapter : public WhitelistChecking {
   explicit WhitelistAdapter(std::shared_ptr<SettingsManager> settingsManager)
       : settingsManager_(std::move(settingsManager)) {}
 
-  // Reads the stored settings every time, so that an edit counts from the moment it is stored. Edits of the live
-  // settings that were not saved are thereby dropped.
+  // The program itself always is. Reads the stored settings every time, so that an edit counts from the moment it is
+  // stored. Edits of the live settings that were not saved are thereby dropped.
   bool isWhitelisted(const std::string& bundleID) override;
 
  private:

@@ -164,5 +164,11 @@ TEST_F(SettingsManagerTest, TheBuiltInEntriesAreWhitelistedWhateverIsStored) {
   EXPECT_EQ(desktop.logLines().size(), 2U);  // the store is read for the built-in entry too
 }
 
+TEST_F(SettingsManagerTest, TheProgramsOwnWindowsAreAlwaysWhitelisted) {
+  WhitelistAdapter whitelist(manager());
+  EXPECT_TRUE(whitelist.isWhitelisted("app.varnolet.Varnolet"));
+  EXPECT_FALSE(whitelist.isWhitelisted("app.varnolet"));
+}
+
 }  // namespace
 }  // namespace varnoletKit
