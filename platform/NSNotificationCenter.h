@@ -9,25 +9,20 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
 
 #include "platform/NSRunningApplication.h"
+#include "platform/UserInfo.h"
 
 namespace platform {
 
 struct NSNotification {
-  using Value = std::variant<std::int32_t, std::string, NSRunningApplication>;
-
   std::string name;
-  std::map<std::string, Value, std::less<>> userInfo;
+  UserInfo<std::int32_t, std::string, NSRunningApplication> userInfo;
 
   // The value under `key` if it is there and of type T, else nothing.
   template <class T>
   std::optional<T> value(std::string_view key) const {
-    const auto found = userInfo.find(key);
-    if (found == userInfo.end()) return std::nullopt;
-    const T* value = std::get_if<T>(&found->second);
-    return value ? std::optional<T>(*value) : std::nullopt;
+    return valueIn<T>(userInfo, key);
   }
 };
 

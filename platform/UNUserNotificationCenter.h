@@ -3,16 +3,15 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "platform/NSFileManager.h"
+#include "platform/UserInfo.h"
 
 namespace platform {
 
@@ -71,23 +70,18 @@ struct UNNotificationSound {
 };
 
 struct UNMutableNotificationContent {
-  using Value = std::variant<std::int32_t, std::string>;
-
   // Plain text: a desktop that would take markup gets it escaped.
   std::string title = {};
   std::string body = {};
   std::string categoryIdentifier = {};
   // Comes back with the user's answer.
-  std::map<std::string, Value, std::less<>> userInfo = {};
+  UserInfo<std::int32_t, std::string> userInfo = {};
   std::optional<UNNotificationSound> sound = std::nullopt;
 
   // The user info under `key` if it is there and of type T, else nothing.
   template <class T>
   std::optional<T> value(std::string_view key) const {
-    const auto found = userInfo.find(key);
-    if (found == userInfo.end()) return std::nullopt;
-    const T* value = std::get_if<T>(&found->second);
-    return value ? std::optional<T>(*value) : std::nullopt;
+    return valueIn<T>(userInfo, key);
   }
 };
 
