@@ -2,6 +2,7 @@
 // the real clock; the real files and settings stores.
 #pragma once
 
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <utility>
@@ -25,6 +26,7 @@ class MinimalDesktop : public platform::Desktop {
   platform::TaskServices& tasks() override { return tasks_; }
   platform::UserDefaultsServices& userDefaults() override { return userDefaults_; }
   platform::NSFileManager& fileManager() override { return fileManager_; }
+  platform::BundleServices& bundles() override;
   platform::NSNotificationCenter& defaultNotificationCenter() override { return notifications_; }
   platform::UNUserNotificationCenter& userNotificationCenter() override;
   platform::SMAppService& mainAppService() override;
@@ -47,6 +49,11 @@ class MinimalDesktop : public platform::Desktop {
     std::vector<platform::NSRunningApplication> runningApplications() override { return {application_}; }
     platform::NSNotificationCenter& notificationCenter() override { return notifications_; }
     bool openURL(const std::string&) override { return false; }
+    std::optional<std::filesystem::path> URLForApplicationWithBundleIdentifier(const std::string&) override {
+      return std::nullopt;
+    }
+    std::vector<std::filesystem::path> installedApplications() override { return {}; }
+    std::string iconForFile(const std::filesystem::path&) override { return {}; }
 
    private:
     platform::NSRunningApplication application_{std::make_shared<const Application>()};

@@ -47,6 +47,12 @@ SMAppService& SMAppService::mainAppService() {
 NSFileManager& NSFileManager::defaultManager() {
   return Desktop::current().fileManager();
 }
+NSBundle NSBundle::mainBundle() {
+  return Desktop::current().bundles().mainBundle();
+}
+std::optional<NSBundle> NSBundle::bundleWithURL(const std::filesystem::path& location) {
+  return Desktop::current().bundles().bundleAt(location);
+}
 std::shared_ptr<UserDefaults> UserDefaults::suite(const std::string& suiteName) {
   return Desktop::current().userDefaults().suite(suiteName);
 }

@@ -9,6 +9,7 @@
 #include "platform/CFRunLoop.h"
 #include "platform/CGEvent.h"
 #include "platform/Log.h"
+#include "platform/NSBundle.h"
 #include "platform/NSFileManager.h"
 #include "platform/NSNotificationCenter.h"
 #include "platform/NSWorkspace.h"
@@ -64,6 +65,14 @@ class TaskServices {
   virtual std::unique_ptr<DispatchQueue> createQueue(const std::string& label, QualityOfService quality) = 0;
 };
 
+// What stands behind the functions of NSBundle.h.
+class BundleServices {
+ public:
+  virtual ~BundleServices() = default;
+  virtual NSBundle mainBundle() = 0;
+  virtual std::optional<NSBundle> bundleAt(const std::filesystem::path& location) = 0;
+};
+
 class UserDefaultsServices {
  public:
   virtual ~UserDefaultsServices() = default;
@@ -88,6 +97,7 @@ class Desktop {
   virtual TaskServices& tasks() = 0;
   virtual UserDefaultsServices& userDefaults() = 0;
   virtual NSFileManager& fileManager() = 0;
+  virtual BundleServices& bundles() = 0;
   virtual NSNotificationCenter& defaultNotificationCenter() = 0;
   virtual UNUserNotificationCenter& userNotificationCenter() = 0;
   virtual SMAppService& mainAppService() = 0;

@@ -36,6 +36,12 @@ class NSFileManager {
   // Renames within a folder. Fails if `to` exists.
   virtual std::optional<NSError> moveItem(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
 
+  // Copies a file. Fails if `to` exists, and leaves nothing behind when it fails.
+  virtual std::optional<NSError> copyItem(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
+
+  // Main thread. What the user calls it: for an application its name in the user's language, else the file's name.
+  virtual std::string displayNameAtPath(const std::filesystem::path& path) = 0;
+
   // The whole file; absent if it cannot be read.
   virtual std::optional<std::string> contents(const std::filesystem::path& file) = 0;
   virtual bool fileExists(const std::filesystem::path& file) = 0;

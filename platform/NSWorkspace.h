@@ -1,6 +1,7 @@
 // The applications of the desktop: which run, which one is in front, and what becomes of them.
 #pragma once
 
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,12 @@ inline constexpr char NSWorkspaceDidLaunchApplicationNotification[] = "NSWorkspa
 inline constexpr char NSWorkspaceDidTerminateApplicationNotification[] =
     "NSWorkspaceDidTerminateApplicationNotification";
 inline constexpr char NSWorkspaceApplicationKey[] = "NSWorkspaceApplicationKey";
+
+// Likewise, without user information. The screens wake at the end of sleep or of the screen saver; the user's session
+// resigns when it is locked or switched away from, and becomes active when it is neither any more.
+inline constexpr char NSWorkspaceScreensDidWakeNotification[] = "NSWorkspaceScreensDidWakeNotification";
+inline constexpr char NSWorkspaceSessionDidBecomeActiveNotification[] = "NSWorkspaceSessionDidBecomeActiveNotification";
+inline constexpr char NSWorkspaceSessionDidResignActiveNotification[] = "NSWorkspaceSessionDidResignActiveNotification";
 
 class NSWorkspace {
  public:
@@ -36,6 +43,15 @@ class NSWorkspace {
   virtual NSNotificationCenter& notificationCenter() = 0;
   // Main thread. Asks the desktop to open an address; false if nothing could be asked.
   virtual bool openURL(const std::string& url) = 0;
+
+  // Installed applications. A location names one and is good for NSBundle and NSFileManager::displayNameAtPath. Main
+  // thread.
+  // Absent if no application of that identifier is installed.
+  virtual std::optional<std::filesystem::path> URLForApplicationWithBundleIdentifier(const std::string& identifier) = 0;
+  // All that a user would start, in no particular order.
+  virtual std::vector<std::filesystem::path> installedApplications() = 0;
+  // The name of an icon of the desktop's theme, or the path of an image file; empty if it has none.
+  virtual std::string iconForFile(const std::filesystem::path& location) = 0;
 };
 
 }  // namespace platform

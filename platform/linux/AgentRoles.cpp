@@ -137,4 +137,8 @@ std::optional<std::string> agentRoleOf(std::string_view program) {
   return std::string(role->second);
 }
 
+bool isAgentRole(std::string_view identifier) {
+  return std::any_of(roles.begin(), roles.end(), [&](const auto& role) { return role.second == identifier; });
+}
+
 }  // namespace platform::linux_desktop

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <QString>
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -12,20 +11,15 @@
 #include <system_error>
 
 #include "platform/linux/AgentRoles.h"
+#include "platform/linux/ReadableText.h"
 #include "platform/linux/WindowProperties.h"
 
 namespace platform::linux_desktop {
 namespace {
 
-constexpr qsizetype longestName = 200;
-
-std::string readable(const std::string& text) {
-  return QString::fromStdString(text).left(longestName).toStdString();
-}
-
-std::optional<std::string> readable(std::optional<std::string> text) {
-  if (!text || text->empty()) return std::nullopt;
-  return readable(*text);
+std::optional<std::string> nameIn(const std::string& text) {
+  if (text.empty()) return std::nullopt;
+  return readable(text);
 }
 
 // `text` up to its first NUL.
@@ -88,6 +82,11 @@ std::string lowerCase(std::string text) {
 
 }  // namespace
 
+std::optional<std::string> bundleIdentifierOf(const DesktopEntry& entry) {
+  if (auto role = agentRoleOf(entry.program)) return role;
+  return nameIn(entry.id);
+}
+
 ApplicationNaming::ApplicationNaming(XcbConnection& connection, std::string applicationIdentifier)
     : connection_(connection), applicationIdentifier_(std::move(applicationIdentifier)) {}
 
@@ -96,17 +95,17 @@ ApplicationNames ApplicationNaming::namesOf(pid_t process, xcb_window_t window) 
   const auto entry = entryOf(hints);
   ApplicationNames names;
   for (const auto& name : {entry ? entry->name : std::string(), hints.windowClass, hints.program}) {
-    if (!names.localizedName) names.localizedName = readable(std::optional(name));
+    if (!names.localizedName) names.localizedName = nameIn(name);
   }
   if (process == getpid()) {
     names.bundleIdentifier = applicationIdentifier_;
   } else if (const auto role = agentRoleOf(hints.program)) {
     names.bundleIdentifier = role;
   } else if (entry) {
-    names.bundleIdentifier = readable(std::optional(entry->id));
+    names.bundleIdentifier = nameIn(entry->id);
   } else {
     for (const auto& id : {hints.desktopId.value_or(std::string()), hints.windowClass, hints.program}) {
-      if (!names.bundleIdentifier) names.bundleIdentifier = readable(std::optional(id));
+      if (!names.bundleIdentifier) names.bundleIdentifier = nameIn(id);
     }
   }
   return names;

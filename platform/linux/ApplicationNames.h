@@ -16,6 +16,9 @@ struct ApplicationNames {
   std::optional<std::string> localizedName;
 };
 
+// What a running application of that entry is called; absent if the entry has no id.
+std::optional<std::string> bundleIdentifierOf(const DesktopEntry& entry);
+
 // Main thread. All answers are valid UTF-8 of bounded length, whatever the window's client put there.
 class ApplicationNaming {
  public:

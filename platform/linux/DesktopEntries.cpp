@@ -2,6 +2,10 @@
 
 #include <gio/gdesktopappinfo.h>
 
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
 namespace platform::linux_desktop {
 namespace {
 
@@ -18,7 +22,54 @@ std::string withoutSuffix(std::string id) {
   return id;
 }
 
+std::string textOrNothing(const char* text) {
+  return text ? text : "";
+}
+
+// As the files of all applications are told apart: by the way from the applications' folder, with '-' for '/'.
+std::string idOf(const std::filesystem::path& file) {
+  std::vector<std::filesystem::path> folders{g_get_user_data_dir()};
+  for (const char* const* folder = g_get_system_data_dirs(); *folder; ++folder) folders.emplace_back(*folder);
+  for (const auto& folder : folders) {
+    const auto below = file.lexically_relative((folder / "applications").lexically_normal());
+    if (below.empty() || *below.begin() == "..") continue;
+    std::string id = withoutSuffix(below.string());
+    std::replace(id.begin(), id.end(), '/', '-');
+    return id;
+  }
+  return {};
+}
+
+std::string iconOf(GDesktopAppInfo* info) {
+  GIcon* icon = g_app_info_get_icon(G_APP_INFO(info));
+  if (icon && G_IS_THEMED_ICON(icon)) return textOrNothing(g_themed_icon_get_names(G_THEMED_ICON(icon))[0]);
+  if (icon && G_IS_FILE_ICON(icon)) return textOrNothing(g_file_peek_path(g_file_icon_get_file(G_FILE_ICON(icon))));
+  return {};
+}
+
+DesktopEntry entryFrom(GDesktopAppInfo* info, std::string id) {
+  DesktopEntry entry;
+  entry.id = std::move(id);
+  entry.name = textOrNothing(g_app_info_get_display_name(G_APP_INFO(info)));
+  entry.program = std::filesystem::path(textOrNothing(g_app_info_get_executable(G_APP_INFO(info)))).filename().string();
+  entry.icon = iconOf(info);
+  entry.file = textOrNothing(g_desktop_app_info_get_filename(info));
+  return entry;
+}
+
 }  // namespace
+
+// A file that is chosen may be anything: a pipe would keep its reader waiting, and what is large is no entry.
+std::optional<DesktopEntry> desktopEntryAt(const std::filesystem::path& file) {
+  constexpr std::uintmax_t longestEntry = 1U << 20U;
+  std::error_code error;
+  if (file.extension() != suffix || !std::filesystem::is_regular_file(file, error)) return std::nullopt;
+  if (std::filesystem::file_size(file, error) > longestEntry) return std::nullopt;
+  const auto absolute = std::filesystem::absolute(file, error).lexically_normal();
+  const GOwned<GDesktopAppInfo> info(g_desktop_app_info_new_from_filename(absolute.c_str()));
+  if (!info || g_desktop_app_info_get_is_hidden(info.get())) return std::nullopt;
+  return entryFrom(info.get(), idOf(absolute));
+}
 
 // Forgets what was read when GLib says that it is no longer true.
 class DesktopEntries::Monitor {
@@ -45,7 +96,7 @@ std::optional<DesktopEntry> DesktopEntries::entryWithId(const std::string& id) c
   if (id.empty() || id.find('/') != std::string::npos) return std::nullopt;
   const GOwned<GDesktopAppInfo> info(g_desktop_app_info_new((id + std::string(suffix)).c_str()));
   if (!info) return std::nullopt;
-  return DesktopEntry{id, g_app_info_get_display_name(G_APP_INFO(info.get()))};
+  return entryFrom(info.get(), id);
 }
 
 std::optional<DesktopEntry> DesktopEntries::entryWithStartupClass(const std::string& windowClass) {
@@ -63,6 +114,18 @@ std::optional<DesktopEntry> DesktopEntries::entryWithStartupClass(const std::str
   }
   const auto found = idsByStartupClass_->find(windowClass);
   return found == idsByStartupClass_->end() ? std::nullopt : entryWithId(found->second);
+}
+
+std::vector<DesktopEntry> DesktopEntries::entriesToShow() {
+  std::vector<DesktopEntry> entries;
+  GList* all = g_app_info_get_all();
+  for (const GList* item = all; item; item = item->next) {
+    auto* info = G_DESKTOP_APP_INFO(item->data);
+    if (!g_app_info_should_show(G_APP_INFO(info)) || !g_desktop_app_info_get_filename(info)) continue;
+    entries.push_back(entryFrom(info, withoutSuffix(textOrNothing(g_app_info_get_id(G_APP_INFO(info))))));
+  }
+  g_list_free_full(all, g_object_unref);
+  return entries;
 }
 
 }  // namespace platform::linux_desktop

@@ -1,17 +1,25 @@
 // The desktop entries of the installed applications.
 #pragma once
 
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace platform::linux_desktop {
 
 struct DesktopEntry {
-  std::string id;    // without ".desktop"
-  std::string name;  // in the user's language
+  std::string id;       // without ".desktop"; empty for a file that is in none of the applications' folders
+  std::string name;     // in the user's language
+  std::string program;  // the name of the executable file
+  std::string icon;     // its name in the theme or the path of an image; empty if there is none
+  std::filesystem::path file;
 };
+
+// Main thread. Absent unless the file is the entry of an application that can be started.
+std::optional<DesktopEntry> desktopEntryAt(const std::filesystem::path& file);
 
 // Main thread.
 class DesktopEntries {
@@ -24,6 +32,8 @@ class DesktopEntries {
   std::optional<DesktopEntry> entryWithId(const std::string& id) const;
   // The entry that says that windows of this class are its application's.
   std::optional<DesktopEntry> entryWithStartupClass(const std::string& windowClass);
+  // Those that the user is to see.
+  static std::vector<DesktopEntry> entriesToShow();
 
  private:
   class Monitor;

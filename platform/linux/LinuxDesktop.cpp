@@ -19,7 +19,8 @@ LinuxDesktop::LinuxDesktop(const std::string& applicationIdentifier, std::unique
       userDefaults_(applicationIdentifier),
       userNotificationCenter_(applicationIdentifier),
       autostartEntry_(applicationIdentifier, QCoreApplication::applicationFilePath().toStdString()),
-      workspace_(*connection_, tasks_, applicationIdentifier),
+      installed_(applicationIdentifier),
+      workspace_(*connection_, tasks_, installed_, applicationIdentifier),
       accessibility_(*connection_) {}
 
 LinuxDesktop::~LinuxDesktop() = default;

@@ -7,6 +7,7 @@
 
 #include "platform/Desktop.h"
 #include "platform/linux/AutostartEntry.h"
+#include "platform/linux/InstalledApplications.h"
 #include "platform/linux/LinuxAccessibility.h"
 #include "platform/linux/LinuxEventServices.h"
 #include "platform/linux/LinuxFileManager.h"
@@ -43,6 +44,7 @@ class LinuxDesktop : public Desktop {
   TaskServices& tasks() override { return tasks_; }
   UserDefaultsServices& userDefaults() override { return userDefaults_; }
   NSFileManager& fileManager() override { return fileManager_; }
+  BundleServices& bundles() override { return installed_; }
   NSNotificationCenter& defaultNotificationCenter() override { return defaultNotificationCenter_; }
   UNUserNotificationCenter& userNotificationCenter() override { return userNotificationCenter_; }
   SMAppService& mainAppService() override { return autostartEntry_; }
@@ -62,6 +64,7 @@ class LinuxDesktop : public Desktop {
   NSNotificationCenter defaultNotificationCenter_;
   LinuxNotificationCenter userNotificationCenter_;
   AutostartEntry autostartEntry_;
+  InstalledApplications installed_;
   LinuxWorkspace workspace_;
   LinuxAccessibility accessibility_;
 };

@@ -4,12 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <system_error>
 
+#include "platform/linux/DesktopEntries.h"
 #include "platform/linux/FileDescriptor.h"
+#include "platform/linux/ReadableText.h"
 #include "platform/linux/UserFolders.h"
 
 namespace platform::linux_desktop {
@@ -38,6 +41,44 @@ bool writeAll(int descriptor, std::string_view bytes) {
   return true;
 }
 
+bool isThere(const std::filesystem::path& file) {
+  std::error_code ignored;
+  return std::filesystem::exists(std::filesystem::symlink_status(file, ignored));
+}
+
+// False, with errno set, also if `to` exists.
+bool renameWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) {
+  if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  // This file system cannot look and rename in one step.
+  if (isThere(to)) {
+    errno = EEXIST;
+    return false;
+  }
+  return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
+// For reading, without ever waiting for a pipe's writer. Not open if it is no regular file, and then errno says why.
+FileDescriptor openRegular(const std::filesystem::path& file, std::uintmax_t& size) {
+  FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  struct stat status {};
+  if (!descriptor.isOpen() || ::fstat(descriptor.get(), &status) != 0) return FileDescriptor();
+  if (!S_ISREG(status.st_mode)) {
+    errno = EINVAL;
+    return FileDescriptor();
+  }
+  size = static_cast<std::uintmax_t>(status.st_size);
+  return descriptor;
+}
+
+// As read(), but that a signal does not end it.
+ssize_t readSome(int descriptor, char* bytes, std::size_t count) {
+  for (;;) {
+    const ssize_t got = ::read(descriptor, bytes, count);
+    if (got >= 0 || errno != EINTR) return got;
+  }
+}
+
 // A rename is on the disk only when its folder is. File systems that cannot do that have done what they can.
 void flushFolder(const std::filesystem::path& folder) {
   const FileDescriptor descriptor(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -58,8 +99,20 @@ class TemporaryFile {
 
   bool isOpen() const { return descriptor_.isOpen(); }
   bool fill(const std::string& bytes) { return writeAll(descriptor_.get(), bytes) && ::fsync(descriptor_.get()) == 0; }
+  bool fillFrom(int source) {
+    std::array<char, 65536> bytes{};
+    for (;;) {
+      const ssize_t count = readSome(source, bytes.data(), bytes.size());
+      if (count <= 0) return count == 0 && ::fsync(descriptor_.get()) == 0;
+      if (!writeAll(descriptor_.get(), {bytes.data(), static_cast<std::size_t>(count)})) return false;
+    }
+  }
   bool renameTo(const std::filesystem::path& target) {
     kept_ = ::rename(path_.c_str(), target.c_str()) == 0;
+    return kept_;
+  }
+  bool renameToNew(const std::filesystem::path& target) {
+    kept_ = renameWithoutReplacing(path_, target);
     return kept_;
   }
 
@@ -103,34 +156,39 @@ std::optional<NSError> LinuxFileManager::writeAtomically(const std::filesystem::
 }
 
 std::optional<NSError> LinuxFileManager::moveItem(const std::filesystem::path& from, const std::filesystem::path& to) {
-  int result = ::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE);
-  if (result != 0 && (errno == EINVAL || errno == ENOSYS)) {
-    // This file system cannot look and rename in one step.
-    if (fileExists(to)) {
-      errno = EEXIST;
-    } else {
-      result = ::rename(from.c_str(), to.c_str());
-    }
-  }
-  if (result != 0) return errorNow("cannot move to " + to.string() + " the file", from);
+  if (!renameWithoutReplacing(from, to)) return errorNow("cannot move to " + to.string() + " the file", from);
   flushFolder(folderOf(to));
   return std::nullopt;
 }
 
-std::optional<std::string> LinuxFileManager::contents(const std::filesystem::path& file) {
-  const FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  struct stat status {};
-  if (!descriptor.isOpen() || ::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-  if (static_cast<std::size_t>(status.st_size) > mostContents) return std::nullopt;
+std::optional<NSError> LinuxFileManager::copyItem(const std::filesystem::path& from, const std::filesystem::path& to) {
+  const std::string what = "cannot copy to " + to.string() + " the file";
+  std::uintmax_t size = 0;
+  const FileDescriptor source = openRegular(from, size);
+  if (!source.isOpen()) return errorNow(what, from);
+  TemporaryFile copy(to);
+  if (!copy.isOpen() || !copy.fillFrom(source.get()) || !copy.renameToNew(to)) return errorNow(what, from);
+  flushFolder(folderOf(to));
+  return std::nullopt;
+}
 
-  std::string bytes(static_cast<std::size_t>(status.st_size), '\0');
+std::string LinuxFileManager::displayNameAtPath(const std::filesystem::path& path) {
+  const auto entry = desktopEntryAt(path);
+  return readable(entry && !entry->name.empty() ? entry->name : path.filename().string());
+}
+
+std::optional<std::string> LinuxFileManager::contents(const std::filesystem::path& file) {
+  std::uintmax_t size = 0;
+  const FileDescriptor descriptor = openRegular(file, size);
+  if (!descriptor.isOpen() || size > mostContents) return std::nullopt;
+
+  std::string bytes(static_cast<std::size_t>(size), '\0');
   std::size_t length = 0;
   for (;;) {
     if (length > mostContents) return std::nullopt;
     // Always room for one byte more, to see the end of a file that grows meanwhile.
     if (length == bytes.size()) bytes.resize(length + 4096);
-    const ssize_t count = ::read(descriptor.get(), bytes.data() + length, bytes.size() - length);
-    if (count < 0 && errno == EINTR) continue;
+    const ssize_t count = readSome(descriptor.get(), bytes.data() + length, bytes.size() - length);
     if (count < 0) return std::nullopt;
     if (count == 0) break;
     length += static_cast<std::size_t>(count);
@@ -140,8 +198,7 @@ std::optional<std::string> LinuxFileManager::contents(const std::filesystem::pat
 }
 
 bool LinuxFileManager::fileExists(const std::filesystem::path& file) {
-  std::error_code ignored;
-  return std::filesystem::exists(std::filesystem::symlink_status(file, ignored));
+  return isThere(file);
 }
 
 }  // namespace platform::linux_desktop

@@ -12,6 +12,9 @@ class LinuxFileManager : public NSFileManager {
   std::optional<NSError> createDirectory(const std::filesystem::path& folder) override;
   std::optional<NSError> writeAtomically(const std::filesystem::path& file, const std::string& bytes) override;
   std::optional<NSError> moveItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  std::optional<NSError> copyItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  // Always valid UTF-8 of bounded length.
+  std::string displayNameAtPath(const std::filesystem::path& path) override;
   // Only regular files of up to 256 MiB have contents: a pipe would keep its reader waiting, and what is larger is not
   // to fill the memory.
   std::optional<std::string> contents(const std::filesystem::path& file) override;

@@ -15,9 +15,10 @@ namespace platform::linux_desktop {
 namespace {
 
 constexpr mode_t privateFile = 0600;
-// A longer line is none of ours. It is read up to here only, since every check of the whitelist reads the file while a
-// theft waits for its verdict; its value, cut off, makes no sense to whoever decodes it, who says so.
-constexpr qint64 longestLine = 4 << 20;
+// A longer line is none of ours: it would hold thousands of whitelisted applications. The file is read up to here only,
+// since every check of the whitelist reads and decodes it while a theft waits for its verdict; a value that is cut off
+// makes no sense to whoever decodes it, who says so.
+constexpr qint64 longestLine = 256 << 10;
 constexpr Logger logger(LogCategory::lifecycle);
 constexpr char readable[] = " !\"#&'()*+,/:;<>?@[]^{|}";
 
@@ -32,7 +33,7 @@ bool readLines(QIODevice& device, QSettings::SettingsMap& values) {
     const auto end = line.endsWith('\n') ? line.size() - 1 : line.size();
     values.insert(QString::fromUtf8(QByteArray::fromPercentEncoding(line.first(separator))),
                   QByteArray::fromPercentEncoding(line.sliced(separator + 1, end - separator - 1)));
-    if (line.size() == longestLine) break;
+    if (!line.endsWith('\n')) break;
   }
   return true;
 }
@@ -40,7 +41,10 @@ bool readLines(QIODevice& device, QSettings::SettingsMap& values) {
 bool writeLines(QIODevice& device, const QSettings::SettingsMap& values) {
   QByteArray lines;
   for (auto value = values.begin(); value != values.end(); ++value) {
-    lines += value.key().toUtf8().toPercentEncoding() + '=' + value->toByteArray().toPercentEncoding(readable) + '\n';
+    const QByteArray line =
+        value.key().toUtf8().toPercentEncoding() + '=' + value->toByteArray().toPercentEncoding(readable) + '\n';
+    if (line.size() >= longestLine) return false;
+    lines += line;
   }
   auto* file = qobject_cast<QFileDevice*>(&device);
   return device.write(lines) == lines.size() && (!file || file->flush());

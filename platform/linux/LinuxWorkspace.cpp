@@ -32,9 +32,11 @@ bool movesFocus(const xcb_focus_in_event_t& event) {
 
 }  // namespace
 
-LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, std::string applicationIdentifier)
+LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, const InstalledApplications& installed,
+                               std::string applicationIdentifier)
     : connection_(connection),
       tasks_(tasks),
+      installed_(installed),
       events_(connection),
       owners_(connection),
       naming_(connection, std::move(applicationIdentifier)),
@@ -79,6 +81,22 @@ bool LinuxWorkspace::openURL(const std::string& url) {
   // Panes of settings that this desktop does not have.
   if (url.starts_with("x-apple.") || url.empty() || url.front() == '-') return false;
   return QProcess::startDetached(QStringLiteral("xdg-open"), {QString::fromStdString(url)});
+}
+
+std::optional<std::filesystem::path> LinuxWorkspace::URLForApplicationWithBundleIdentifier(
+    const std::string& identifier) {
+  assert(tasks_.isMainThread());
+  return installed_.locationOf(identifier);
+}
+
+std::vector<std::filesystem::path> LinuxWorkspace::installedApplications() {
+  assert(tasks_.isMainThread());
+  return InstalledApplications::locations();
+}
+
+std::string LinuxWorkspace::iconForFile(const std::filesystem::path& location) {
+  assert(tasks_.isMainThread());
+  return InstalledApplications::iconOf(location);
 }
 
 bool LinuxWorkspace::activate(pid_t process) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QSocketNotifier>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "platform/Desktop.h"
 #include "platform/linux/ApplicationNames.h"
 #include "platform/linux/ApplicationRegistry.h"
+#include "platform/linux/InstalledApplications.h"
 #include "platform/linux/WindowOwners.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbEvents.h"
@@ -21,7 +23,8 @@ namespace platform::linux_desktop {
 // callbacks, that answers what the main thread saw last.
 class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
  public:
-  LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, std::string applicationIdentifier);
+  LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, const InstalledApplications& installed,
+                 std::string applicationIdentifier);
   ~LinuxWorkspace() override;
 
   // Called once from the event loop when the X server is gone or has closed the connection.
@@ -33,6 +36,9 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   std::vector<NSRunningApplication> runningApplications() override;
   NSNotificationCenter& notificationCenter() override { return notificationCenter_; }
   bool openURL(const std::string& url) override;
+  std::optional<std::filesystem::path> URLForApplicationWithBundleIdentifier(const std::string& identifier) override;
+  std::vector<std::filesystem::path> installedApplications() override;
+  std::string iconForFile(const std::filesystem::path& location) override;
 
  private:
   // What a batch of events means together.
@@ -71,6 +77,7 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
 
   XcbConnection& connection_;
   TaskServices& tasks_;
+  const InstalledApplications& installed_;
   XcbEvents events_;
   WindowOwners owners_;
   ApplicationNaming naming_;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "platform/simulated/Accessibility.h"
+#include "platform/simulated/Bundles.h"
 #include "platform/simulated/Executor.h"
 #include "platform/simulated/InputStream.h"
 #include "platform/simulated/LogRecorder.h"
@@ -21,8 +22,9 @@ SimulatedDesktop::SimulatedDesktop()
       executor_(std::make_shared<Executor>()),
       log_(std::make_unique<LogRecorder>()),
       defaults_(std::make_unique<Defaults>()),
-      files_(std::make_unique<Files>()),
-      workspace_(std::make_shared<Workspace>(*executor_)),
+      bundles_(std::make_unique<Bundles>()),
+      files_(std::make_unique<Files>(*bundles_)),
+      workspace_(std::make_shared<Workspace>(*executor_, *bundles_)),
       runLoops_(std::make_unique<RunLoopService>(*executor_)),
       input_(std::make_unique<InputStream>(*executor_, *runLoops_, *workspace_)),
       accessibility_(std::make_unique<Accessibility>(*executor_, *runLoops_)),
@@ -76,6 +78,16 @@ const std::vector<std::string>& SimulatedDesktop::openedURLs() const {
 }
 void SimulatedDesktop::refuseURLs(bool refuse) {
   workspace_->refuseURLs(refuse);
+}
+void SimulatedDesktop::announce(const char* workspaceNotification) {
+  workspace_->announce(workspaceNotification);
+}
+
+void SimulatedDesktop::install(const InstalledApplication& application) {
+  bundles_->install(application);
+}
+void SimulatedDesktop::setMainBundleInfo(std::map<std::string, std::string, std::less<>> infoDictionary) {
+  bundles_->setMainBundleInfo(std::move(infoDictionary));
 }
 
 void SimulatedDesktop::pressKey(char key) {
@@ -274,6 +286,9 @@ UserDefaultsServices& SimulatedDesktop::userDefaults() {
 }
 NSFileManager& SimulatedDesktop::fileManager() {
   return *files_;
+}
+BundleServices& SimulatedDesktop::bundles() {
+  return *bundles_;
 }
 NSNotificationCenter& SimulatedDesktop::defaultNotificationCenter() {
   return defaultCenter_;

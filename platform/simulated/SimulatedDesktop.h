@@ -29,6 +29,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <ostream>
@@ -42,6 +43,7 @@
 namespace platform::simulated {
 
 class Accessibility;
+class Bundles;
 class Defaults;
 class Executor;
 class Files;
@@ -57,6 +59,14 @@ struct Application {
   std::int32_t pid = 0;
   std::optional<std::string> bundleIdentifier = std::nullopt;
   std::optional<std::string> localizedName = std::nullopt;
+};
+
+// An application that is installed at a location, running or not.
+struct InstalledApplication {
+  std::filesystem::path location;
+  std::optional<std::string> bundleIdentifier = std::nullopt;
+  std::string displayName = {};
+  std::string icon = {};
 };
 
 // What follows when an application is asked to become frontmost.
@@ -136,6 +146,14 @@ class SimulatedDesktop : public Desktop {
   // Openings are refused, and not recorded, from now on.
   void refuseURLs(bool refuse = true);
 
+  // Posts one of the workspace's notifications of screens and sessions.
+  void announce(const char* workspaceNotification);
+
+  // Installed applications.
+  void install(const InstalledApplication& application);
+  // Versions and the like of the program itself; none at first.
+  void setMainBundleInfo(std::map<std::string, std::string, std::less<>> infoDictionary);
+
   // Input. Each returns when the event has reached its application or was suppressed. Keys carry the modifiers last
   // set by changeFlags() and the place of the last click.
   void pressKey(char key);
@@ -182,7 +200,7 @@ class SimulatedDesktop : public Desktop {
   // Stores. The files are in memory.
   void refuseSuite(const std::string& suiteName, bool refuse = true);
   void setApplicationSupportDirectories(std::vector<std::filesystem::path> folders);
-  // From now on these operations fail with the description; absent: they work again.
+  // From now on these operations fail with the description; absent: they work again. Copies are writes.
   void failWrites(std::optional<std::string> description);
   void failFolderCreation(std::optional<std::string> description);
   void failMoves(std::optional<std::string> description);
@@ -231,6 +249,7 @@ class SimulatedDesktop : public Desktop {
   TaskServices& tasks() override;
   UserDefaultsServices& userDefaults() override;
   NSFileManager& fileManager() override;
+  BundleServices& bundles() override;
   NSNotificationCenter& defaultNotificationCenter() override;
   UNUserNotificationCenter& userNotificationCenter() override;
   SMAppService& mainAppService() override;
@@ -244,6 +263,7 @@ class SimulatedDesktop : public Desktop {
   std::shared_ptr<Executor> executor_;
   std::unique_ptr<LogRecorder> log_;
   std::unique_ptr<Defaults> defaults_;
+  std::unique_ptr<Bundles> bundles_;
   std::unique_ptr<Files> files_;
   std::shared_ptr<Workspace> workspace_;
   std::unique_ptr<RunLoopService> runLoops_;

@@ -103,13 +103,25 @@ std::optional<NSError> Files::writeAtomically(const path& file, const std::strin
 std::optional<NSError> Files::moveItem(const path& from, const path& to) {
   const std::lock_guard lock(mutex_);
   if (moveFailure_) return errorOf(moveFailure_);
-  if (!files_.contains(from)) return NSError{"The file does not exist."};
-  if (files_.contains(to) || folders_.contains(to)) return NSError{"The destination exists already."};
-  if (!folders_.contains(to.parent_path())) return NSError{"The folder does not exist."};
+  if (auto obstacle = obstacleBetween(from, to)) return obstacle;
   auto node = files_.extract(from);
   node.key() = to;
   files_.insert(std::move(node));
   return std::nullopt;
+}
+
+std::optional<NSError> Files::copyItem(const path& from, const path& to) {
+  const std::lock_guard lock(mutex_);
+  if (writeFailure_) return errorOf(writeFailure_);
+  if (auto obstacle = obstacleBetween(from, to)) return obstacle;
+  if (!files_.at(from).isReadable) return NSError{"The file cannot be read."};
+  files_[to] = files_.at(from);
+  return std::nullopt;
+}
+
+std::string Files::displayNameAtPath(const path& file) {
+  const auto* application = bundles_.find(file);
+  return application ? application->displayName : file.filename().string();
 }
 
 std::optional<std::string> Files::contents(const path& file) {
@@ -126,6 +138,13 @@ bool Files::fileExists(const path& file) {
 
 void Files::addFolder(path folder) {
   while (folders_.insert(folder).second && folder.has_relative_path()) folder = folder.parent_path();
+}
+
+std::optional<NSError> Files::obstacleBetween(const path& from, const path& to) const {
+  if (!files_.contains(from)) return NSError{"The file does not exist."};
+  if (files_.contains(to) || folders_.contains(to)) return NSError{"The destination exists already."};
+  if (!folders_.contains(to.parent_path())) return NSError{"The folder does not exist."};
+  return std::nullopt;
 }
 
 std::optional<NSError> Files::errorOf(const std::optional<std::string>& description) {

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/Desktop.h"
+#include "platform/simulated/Bundles.h"
 
 namespace platform::simulated {
 
@@ -33,9 +34,11 @@ class Defaults final : public UserDefaultsServices {
   std::shared_ptr<UserDefaults> standard_ = makeStore();
 };
 
-// Any thread.
+// Any thread, where NSFileManager says nothing else.
 class Files final : public NSFileManager {
  public:
+  explicit Files(const Bundles& bundles) : bundles_(bundles) {}
+
   // The verbs of SimulatedDesktop.
   void setApplicationSupportDirectories(std::vector<std::filesystem::path> folders);
   void failWrites(std::optional<std::string> description);
@@ -51,6 +54,8 @@ class Files final : public NSFileManager {
   std::optional<NSError> createDirectory(const std::filesystem::path& folder) override;
   std::optional<NSError> writeAtomically(const std::filesystem::path& file, const std::string& bytes) override;
   std::optional<NSError> moveItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  std::optional<NSError> copyItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  std::string displayNameAtPath(const std::filesystem::path& path) override;
   std::optional<std::string> contents(const std::filesystem::path& file) override;
   bool fileExists(const std::filesystem::path& file) override;
 
@@ -61,8 +66,11 @@ class Files final : public NSFileManager {
   };
 
   void addFolder(std::filesystem::path folder);
+  // With the mutex held: why `from` cannot be made `to`, if so.
+  std::optional<NSError> obstacleBetween(const std::filesystem::path& from, const std::filesystem::path& to) const;
   static std::optional<NSError> errorOf(const std::optional<std::string>& description);
 
+  const Bundles& bundles_;
   mutable std::mutex mutex_;
   std::vector<std::filesystem::path> applicationSupportDirectories_{"/home/user/.local/share"};
   std::optional<std::string> writeFailure_;

@@ -148,6 +148,24 @@ bool Workspace::openURL(const std::string& url) {
   return true;
 }
 
+std::optional<std::filesystem::path> Workspace::URLForApplicationWithBundleIdentifier(const std::string& identifier) {
+  for (const auto& [location, application] : bundles_.applications()) {
+    if (application.bundleIdentifier == identifier) return location;
+  }
+  return std::nullopt;
+}
+
+std::vector<std::filesystem::path> Workspace::installedApplications() {
+  std::vector<std::filesystem::path> locations;
+  for (const auto& [location, application] : bundles_.applications()) locations.push_back(location);
+  return locations;
+}
+
+std::string Workspace::iconForFile(const std::filesystem::path& location) {
+  const auto* application = bundles_.find(location);
+  return application ? application->icon : std::string();
+}
+
 std::shared_ptr<Workspace::Record> Workspace::recordOf(const NSRunningApplication& application) const {
   const std::lock_guard lock(mutex_);
   return applications_.at(application.processIdentifier()).record;
@@ -162,6 +180,10 @@ bool Workspace::bringToFront(const Record& record) {
 
 void Workspace::announce(const char* name, const std::shared_ptr<Record>& record) {
   executor_.runAsMainThreadWork([this, name, record] { post(name, record); });
+}
+
+void Workspace::announce(const char* name) {
+  executor_.runAsMainThreadWork([this, name] { notificationCenter_.postNotification({name, {}}); });
 }
 
 void Workspace::post(const char* name, const std::shared_ptr<Record>& record) {

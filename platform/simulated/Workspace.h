@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "platform/NSWorkspace.h"
+#include "platform/simulated/Bundles.h"
 #include "platform/simulated/Executor.h"
 #include "platform/simulated/SimulatedDesktop.h"
 
@@ -17,7 +19,7 @@ namespace platform::simulated {
 
 class Workspace final : public NSWorkspace, public std::enable_shared_from_this<Workspace> {
  public:
-  explicit Workspace(Executor& executor) : executor_(executor) {}
+  Workspace(Executor& executor, const Bundles& bundles) : executor_(executor), bundles_(bundles) {}
 
   // The verbs of SimulatedDesktop.
   NSRunningApplication launch(const Application& application);
@@ -29,6 +31,7 @@ class Workspace final : public NSWorkspace, public std::enable_shared_from_this<
   std::size_t activationRequests(const NSRunningApplication& application) const;
   const std::vector<std::string>& openedURLs() const { return openedURLs_; }
   void refuseURLs(bool refuse) { refusesURLs_ = refuse; }
+  void announce(const char* name);
 
   // What an application's record does when it is asked to become frontmost.
   bool requestActivation(std::int32_t pid);
@@ -50,6 +53,9 @@ class Workspace final : public NSWorkspace, public std::enable_shared_from_this<
   std::vector<NSRunningApplication> runningApplications() override;
   NSNotificationCenter& notificationCenter() override { return notificationCenter_; }
   bool openURL(const std::string& url) override;
+  std::optional<std::filesystem::path> URLForApplicationWithBundleIdentifier(const std::string& identifier) override;
+  std::vector<std::filesystem::path> installedApplications() override;
+  std::string iconForFile(const std::filesystem::path& location) override;
 
  private:
   class Record;
@@ -68,6 +74,7 @@ class Workspace final : public NSWorkspace, public std::enable_shared_from_this<
   void post(const char* name, const std::shared_ptr<Record>& record);
 
   Executor& executor_;
+  const Bundles& bundles_;
   NSNotificationCenter notificationCenter_;
   mutable std::mutex mutex_;  // guards the members down to nextPid_
   std::map<std::int32_t, Running> applications_;

@@ -45,6 +45,7 @@ class ThreadedDesktop final : public platform::Desktop,
   platform::AccessibilityServices& accessibility() override { missing(); }
   platform::UserDefaultsServices& userDefaults() override { missing(); }
   platform::NSFileManager& fileManager() override { missing(); }
+  platform::BundleServices& bundles() override { missing(); }
   platform::NSNotificationCenter& defaultNotificationCenter() override { missing(); }
   platform::UNUserNotificationCenter& userNotificationCenter() override { missing(); }
   platform::SMAppService& mainAppService() override { missing(); }

@@ -95,5 +95,33 @@ TEST_F(LinuxFileManagerTest, MovingNeverReplacesAFile) {
   EXPECT_TRUE(files.moveItem(folder / "a", folder / "d"));
 }
 
+TEST_F(LinuxFileManagerTest, CopiesAreWholeAndPrivateOrNotThereAtAll) {
+  std::string bytes(200'000, 'x');
+  bytes[150'000] = '\0';
+  fill(folder / "log", bytes);
+  const mode_t before = umask(0);
+  EXPECT_EQ(files.copyItem(folder / "log", folder / "copy"), std::nullopt);
+  umask(before);
+  EXPECT_EQ(contentsOf(folder / "copy"), bytes);
+  EXPECT_EQ(contentsOf(folder / "log"), bytes);
+  EXPECT_EQ(modeOf(folder / "copy"), 0600u);
+
+  fill(folder / "theirs", "2");
+  std::filesystem::create_symlink("nowhere", folder / "link");
+  ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
+  const std::size_t entries = entriesOf(folder.path());
+  for (const char* taken : {"theirs", "link", "log"}) {
+    EXPECT_THAT(files.copyItem(folder / "log", folder / taken)->localizedDescription, HasSubstr("File exists"));
+  }
+  for (const char* source : {"missing", "pipe", "."}) EXPECT_TRUE(files.copyItem(folder / source, folder / "new"));
+  EXPECT_THAT(files.copyItem(folder / "log", folder / "none/new")->localizedDescription, HasSubstr("No such file"));
+  {
+    const FullDisk full(100'000);
+    EXPECT_THAT(files.copyItem(folder / "log", folder / "new")->localizedDescription, HasSubstr("File too large"));
+  }
+  EXPECT_EQ(contentsOf(folder / "theirs"), "2");
+  EXPECT_EQ(entriesOf(folder.path()), entries);
+}
+
 }  // namespace
 }  // namespace platform::linux_desktop

@@ -66,6 +66,21 @@ TEST_F(LinuxUserDefaultsTest, AStoreThatCannotBeWrittenKeepsItsValueForThisProce
   EXPECT_EQ(LinuxUserDefaults("app.test").standard()->data(key), "new");
 }
 
+TEST_F(LinuxUserDefaultsTest, ValuesThatWouldTakeTooLongToReadAreNeitherReadWholeNorWritten) {
+  constexpr std::size_t tooLong = 300'000;
+  std::filesystem::create_directory(folder / "config");
+  fill(file(), "large=" + std::string(100 * tooLong, 'x') + "\nuserSettings=late\n");
+  EXPECT_LT(defaults.standard()->data("large").value_or("").size(), tooLong);
+  EXPECT_EQ(defaults.standard()->data(key), std::nullopt) << "the rest of the file was read";
+
+  fill(file(), "userSettings=old\n");
+  const auto suite = defaults.standard();
+  const std::string large(tooLong, 'x');
+  suite->set(large, key);
+  EXPECT_EQ(suite->data(key), large);
+  EXPECT_EQ(contentsOf(file()), "userSettings=old\n");
+}
+
 TEST_F(LinuxUserDefaultsTest, RefusesNamesThatAreNoFileNames) {
   for (const std::string& name : {std::string(), std::string("../x"), std::string("a/b"), std::string("a\0b", 3)}) {
     EXPECT_EQ(defaults.suite(name), nullptr);

@@ -37,6 +37,20 @@ TEST(Files, are_moved_but_never_over_another_and_an_unreadable_one_exists) {
   EXPECT_EQ(files.contents("/data/c"), std::nullopt);
 }
 
+TEST(Files, are_copied_but_never_over_another) {
+  SimulatedDesktop desktop;
+  auto& files = NSFileManager::defaultManager();
+  desktop.putFile("/data/a", "1");
+  desktop.putFile("/data/b", "2");
+  EXPECT_FALSE(files.copyItem("/data/a", "/data/c"));
+  EXPECT_EQ(files.contents("/data/a"), "1");
+  EXPECT_EQ(files.contents("/data/c"), "1");
+  EXPECT_TRUE(files.copyItem("/data/a", "/data/b"));
+  desktop.failWrites("No space left on device");
+  EXPECT_EQ(files.copyItem("/data/a", "/data/d").value().localizedDescription, "No space left on device");
+  EXPECT_FALSE(files.fileExists("/data/d"));
+}
+
 TEST(Settings, are_shared_by_all_who_open_a_suite_and_apart_from_other_suites) {
   SimulatedDesktop desktop;
   UserDefaults::suite("one")->set("bytes", "key");

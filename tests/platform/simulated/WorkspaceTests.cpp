@@ -109,5 +109,19 @@ TEST_F(Applications, moved_from_inside_the_programs_work_are_announced_afterward
   EXPECT_EQ(told, (Told{"Act E", "Lau B"}));
 }
 
+TEST_F(Applications, that_are_installed_are_found_by_identifier_and_location) {
+  desktop.install({"/apps/editor", "org.example.editor", "The Editor", "editor-icon"});
+  desktop.install({.location = "/apps/tool", .displayName = "Tool"});
+  auto& workspace = NSWorkspace::sharedWorkspace();
+  EXPECT_TRUE(workspace.URLForApplicationWithBundleIdentifier("org.example.editor") == "/apps/editor");
+  EXPECT_FALSE(workspace.URLForApplicationWithBundleIdentifier("org.example.other"));
+  EXPECT_EQ(workspace.iconForFile("/apps/editor"), "editor-icon");
+  EXPECT_EQ(NSBundle::bundleWithURL("/apps/editor").value().bundleIdentifier, "org.example.editor");
+  EXPECT_EQ(NSBundle::bundleWithURL("/apps/tool").value().bundleIdentifier, std::nullopt);
+  EXPECT_FALSE(NSBundle::bundleWithURL("/apps/other"));
+  EXPECT_EQ(NSFileManager::defaultManager().displayNameAtPath("/apps/tool"), "Tool");
+  EXPECT_EQ(NSFileManager::defaultManager().displayNameAtPath("/apps/other.txt"), "other.txt");
+}
+
 }  // namespace
 }  // namespace platform::simulated
