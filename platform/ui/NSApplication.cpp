@@ -1,0 +1,58 @@
+#include "platform/ui/NSApplication.h"
+
+#include <QApplication>
+#include <QWidget>
+#include <cassert>
+#include <utility>
+
+#include "platform/NSNotificationCenter.h"
+
+namespace platform::ui {
+namespace {
+
+NSApplication* shared = nullptr;
+
+bool hasVisibleWindows() {
+  for (const QWidget* widget : QApplication::topLevelWidgets()) {
+    if (widget->isVisible() && widget->windowType() == Qt::Window) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+NSApplication::NSApplication() {
+  assert(!shared);
+  shared = this;
+  // Without windows it lives on in the tray.
+  QApplication::setQuitOnLastWindowClosed(false);
+  connect(qApp, &QGuiApplication::applicationStateChanged, this, [](Qt::ApplicationState state) {
+    if (state != Qt::ApplicationActive) return;
+    NSNotificationCenter::defaultCenter().postNotification({NSApplicationDidBecomeActiveNotification, {}});
+  });
+}
+
+NSApplication::~NSApplication() {
+  shared = nullptr;
+}
+
+NSApplication* NSApplication::sharedApplication() {
+  return shared;
+}
+
+int NSApplication::run() {
+  if (const auto delegate = delegate_.lock()) delegate->applicationDidFinishLaunching();
+  return QCoreApplication::exec();
+}
+
+void NSApplication::terminate(int exitCode) {
+  if (std::exchange(isTerminating_, true)) return;
+  if (const auto delegate = delegate_.lock()) delegate->applicationWillTerminate();
+  QCoreApplication::exit(exitCode);
+}
+
+void NSApplication::reopen() {
+  if (const auto delegate = delegate_.lock()) delegate->applicationShouldHandleReopen(hasVisibleWindows());
+}
+
+}  // namespace platform::ui

@@ -1,0 +1,27 @@
+// A window of the program.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+namespace platform::ui {
+
+enum NSWindowStyleMask : unsigned { titled = 1U << 0, closable = 1U << 1, resizable = 1U << 3 };
+
+// Closing hides it; whoever made it owns it. Main thread.
+class NSWindow : public QWidget {
+ public:
+  // `content` is taken over and fills the window; a window that is not resizable keeps the size. In device-independent
+  // pixels.
+  NSWindow(const QString& title, unsigned styleMask, const QSize& contentSize, QWidget* content);
+
+  // On the screen that the pointer is on.
+  void center();
+  // Shows it before all others and gives it the keys, also where the window manager would rather not.
+  void makeKeyAndOrderFront();
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+};
+
+}  // namespace platform::ui
