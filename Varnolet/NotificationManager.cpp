@@ -44,6 +44,12 @@ void registerCategory() {
                                                       UNNotificationCategoryOptionNone)});
 }
 
+void post(UNMutableNotificationContent content, std::function<void(const std::optional<NSError>&)> completionHandler) {
+  UNUserNotificationCenter::currentNotificationCenter().addNotificationRequest(
+      UNNotificationRequest::requestWithIdentifier(newUUID(), std::move(content), UNNotificationTrigger::none),
+      std::move(completionHandler));
+}
+
 void handleResponse(SettingsManager& settingsManager, const std::string& action,
                     const std::optional<std::string>& thiefBundleID) {
   if (action == alwaysAllow && thiefBundleID) {
@@ -83,11 +89,16 @@ void NotificationManager::postBlockNotification(const std::string& thiefName, co
   content.userInfo.emplace(thiefKey, thiefBundleID);
   if (settingsManager_->settings().soundEnabled) content.sound = UNNotificationSound::defaultSound();
 
-  UNUserNotificationCenter::currentNotificationCenter().addNotificationRequest(
-      UNNotificationRequest::requestWithIdentifier(newUUID(), std::move(content), UNNotificationTrigger::none),
-      [](const std::optional<NSError>& error) {
-        if (error) focusLog.error("Failed to post block notification: %s", error->localizedDescription);
-      });
+  post(std::move(content), [](const std::optional<NSError>& error) {
+    if (error) focusLog.error("Failed to post block notification: %s", error->localizedDescription);
+  });
+}
+
+void NotificationManager::postNotice(const std::string& title, const std::string& body) {
+  assert(isMainThread());
+  post({.title = title, .body = body}, [](const std::optional<NSError>& error) {
+    if (error) focusLog.error("Failed to post a notice: %s", error->localizedDescription);
+  });
 }
 
 void NotificationManager::userNotificationCenterWillPresentNotification(

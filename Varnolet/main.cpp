@@ -1,67 +1,81 @@
-// Starts the guard on the desktop of the present X11 session and keeps it until it is told to end.
+// Starts Varnolet on the desktop of the present X11 session and keeps it until it is told to end.
 #include <sys/resource.h>
 
-#include <QCoreApplication>
-#include <chrono>
+#include <QApplication>
+#include <QIcon>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
-#include <utility>
 
-#include "Guard.h"
 #include "TerminationSignals.h"
+#include "Varnolet/VarnoletApp.h"
 #include "platform/Desktop.h"
+#include "platform/linux/ApplicationInstance.h"
 #include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/XcbConnection.h"
+#include "platform/ui/NSApplication.h"
 #include "varnoletKit/ApplicationIdentifier.h"
 
 namespace {
 
+using platform::linux_desktop::ApplicationInstance;
+using platform::linux_desktop::LinuxDesktop;
+using platform::linux_desktop::XcbConnection;
+using varnoletKit::applicationIdentifier;
+
 enum ExitCode { ended = 0, displayLost = 1, noDisplay = 2 };
 
-// After the window manager had the time to show what it can do.
-constexpr auto launchDelay = std::chrono::milliseconds(100);
+// There are no other threads yet.
+void prepareEnvironment() {
+  // Otherwise a bus that turns its client away ends the whole process: Qt frees such a connection without closing it,
+  // which the D-Bus library takes for a fault to die of.
+  setenv("DBUS_FATAL_WARNINGS", "0", 0);  // NOLINT(concurrency-mt-unsafe)
+  // Keyboards and windows are watched through X11, so the program's own windows belong there too.
+  setenv("QT_QPA_PLATFORM", "xcb", 0);  // NOLINT(concurrency-mt-unsafe)
+}
 
-constexpr char explanation[] =
-    "varnolet: not guarding yet. This needs an X11 session (under Wayland no program can watch the keyboard) with a "
-    "window manager that can be asked to activate a window (_NET_ACTIVE_WINDOW), XInput 2.2 and XTEST.\n";
+int run(LinuxDesktop& desktop, ApplicationInstance& instance) {
+  platform::ui::NSApplication application;
+  varnolet::VarnoletApp app(application);
+  const TerminationSignals terminationSignals([&application] { application.terminate(ended); });
+  desktop.setConnectionLostHandler([&application] {
+    std::fputs("varnolet: the X server is gone\n", stderr);
+    application.terminate(displayLost);
+  });
+  // One that begins after the program may bring the permissions along.
+  desktop.setWindowManagerHandler([&app] { app.appDelegate().recheckPermissionsAndStartEngine(); });
+  instance.setReopenHandler([&application] { application.reopen(); });
+  const int exitCode = application.run();
+  instance.setReopenHandler(nullptr);
+  desktop.setWindowManagerHandler(nullptr);
+  desktop.setConnectionLostHandler(nullptr);
+  return exitCode;
+}
 
 }  // namespace
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
-  // Otherwise a bus that turns its client away ends the whole process: Qt frees such a connection without closing it,
-  // which the D-Bus library takes for a fault to die of. There are no other threads yet.
-  setenv("DBUS_FATAL_WARNINGS", "0", 0);  // NOLINT(concurrency-mt-unsafe)
-  const QCoreApplication application(argc, argv);
-  const auto desktop = platform::linux_desktop::LinuxDesktop::open(varnoletKit::applicationIdentifier);
-  if (!desktop) {
-    std::fputs("varnolet: no X display can be reached; is DISPLAY set?\n", stderr);
-    return noDisplay;
-  }
-  const platform::InstalledDesktop installed(*desktop);
-
+  prepareEnvironment();
   // Held keys are in memory for a moment; a crash must not put them on the disk.
   const rlimit noCoreDump{0, 0};
   setrlimit(RLIMIT_CORE, &noCoreDump);
-  const TerminationSignals terminationSignals([] { QCoreApplication::exit(ended); });
-  desktop->setConnectionLostHandler([] {
-    std::fputs("varnolet: the X server is gone\n", stderr);
-    QCoreApplication::exit(displayLost);
-  });
-
-  int exitCode = ended;
-  {
-    Guard guard;
-    bool isExplained = false;
-    const auto startOrExplain = [&guard, &isExplained] {
-      if (!guard.startIfPermitted() && !std::exchange(isExplained, true)) std::fputs(explanation, stderr);
-    };
-    const auto launch = platform::runOnMainThreadAfter(launchDelay, startOrExplain);
-    desktop->setWindowManagerHandler(startOrExplain);
-    exitCode = QCoreApplication::exec();
-    desktop->setWindowManagerHandler(nullptr);
+  // The application object would end the process with a message of its own.
+  if (!XcbConnection::open()) {
+    std::fputs("varnolet: no X display can be reached; is DISPLAY set?\n", stderr);
+    return noDisplay;
   }
+
+  const QApplication qt(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("Varnolet"));
+  QGuiApplication::setDesktopFileName(QString::fromLatin1(applicationIdentifier));
+  QApplication::setWindowIcon(QIcon(QStringLiteral(":/varnolet/icon.svg")));
+  ApplicationInstance instance(applicationIdentifier);
+  if (instance.claim() == ApplicationInstance::Claim::second) return ended;
+  const auto desktop = LinuxDesktop::open(applicationIdentifier);
+  if (!desktop) return noDisplay;
+  const platform::InstalledDesktop installed(*desktop);
+  const int exitCode = run(*desktop, instance);
   desktop->finish();
   return exitCode;
 }

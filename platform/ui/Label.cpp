@@ -63,7 +63,7 @@ int Label::symbolSpace() const {
 }
 
 QString Label::shownText() const {
-  return fontMetrics().elidedText(text(), Qt::ElideRight, contentsRect().width() - symbolSpace());
+  return fontMetrics().elidedText(text(), Qt::ElideMiddle, contentsRect().width() - symbolSpace());
 }
 
 bool Label::event(QEvent* event) {

@@ -33,7 +33,7 @@ void Switch::paintEvent(QPaintEvent*) {
   const QRectF outline(QPointF(focusRoom, (height() - track.height()) / 2.0), track);
   const qreal radius = outline.height() / 2;
   painter.setPen(Qt::NoPen);
-  painter.setBrush(isChecked() ? NSColor::prominentFill() : NSColor::tertiaryLabel(palette()));
+  painter.setBrush(isChecked() ? NSColor::prominentFill() : NSColor::systemGray());
   painter.drawRoundedRect(outline, radius, radius);
 
   const qreal side = outline.height() - 2 * rim;

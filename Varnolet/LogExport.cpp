@@ -1,0 +1,22 @@
+#include "Varnolet/LogExport.h"
+
+#include <filesystem>
+#include <optional>
+
+#include "platform/NSFileManager.h"
+#include "platform/ui/NSSavePanel.h"
+
+namespace varnolet {
+
+void exportLog(const varnoletKit::EventLogManager& eventLogManager, const QString& title, QWidget* window) {
+  platform::ui::NSSavePanel panel;
+  panel.title = title;
+  panel.nameFieldStringValue = QStringLiteral("blocked-events.json");
+  panel.allowedContentTypes = {platform::ui::UTType::json};
+  panel.beginSheetModalForWindow(
+      window, [from = eventLogManager.exportURL()](const std::optional<std::filesystem::path>& location) {
+        if (location) platform::NSFileManager::defaultManager().copyItem(from, *location);
+      });
+}
+
+}  // namespace varnolet

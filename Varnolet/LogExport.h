@@ -1,0 +1,14 @@
+// Saving a copy of the log of blocked events.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+
+#include "varnoletKit/EventLogManager.h"
+
+namespace varnolet {
+
+// Asks over the window where to, and copies the whole stored log there. A copy that fails is not reported. Main thread.
+void exportLog(const varnoletKit::EventLogManager& eventLogManager, const QString& title, QWidget* window);
+
+}  // namespace varnolet

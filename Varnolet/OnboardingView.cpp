@@ -1,0 +1,102 @@
+#include "Varnolet/OnboardingView.h"
+
+#include <QHBoxLayout>
+#include <QVBoxLayout>
+#include <utility>
+
+#include "Varnolet/PermissionCard.h"
+#include "platform/ui/Label.h"
+#include "platform/ui/NSApplication.h"
+#include "platform/ui/NSColor.h"
+#include "platform/ui/PushButton.h"
+#include "platform/ui/SymbolView.h"
+
+namespace varnolet {
+namespace {
+
+using namespace platform::ui;
+
+constexpr QSize frame(500, 400);
+constexpr int padding = 32;
+constexpr int spacing = 24;
+
+}  // namespace
+
+OnboardingView::OnboardingView(std::shared_ptr<varnoletKit::PermissionsManager> permissionsManager,
+                               std::function<void()> onDismiss)
+    : permissionsManager_(std::move(permissionsManager)),
+      didBecomeActive_(platform::NSNotificationCenter::defaultCenter().addObserverForName(
+          NSApplicationDidBecomeActiveNotification, platform::NSOperationQueue::mainQueue,
+          [this](const platform::NSNotification&) { permissionsManager_->refreshPermissions(); })) {
+  setMinimumSize(frame);
+  auto* column = new QVBoxLayout(this);
+  column->setContentsMargins(padding, padding, padding, padding);
+  column->setSpacing(spacing);
+  column->addStretch();
+  column->addWidget(makeHeader());
+  column->addWidget(makeCards());
+  column->addWidget(makeGetStarted(std::move(onDismiss)), 0, Qt::AlignHCenter);
+  column->addStretch();
+}
+
+OnboardingView::~OnboardingView() {
+  platform::NSNotificationCenter::defaultCenter().removeObserver(didBecomeActive_);
+}
+
+QWidget* OnboardingView::makeHeader() {
+  auto* header = new QWidget(this);
+  auto* title = new Label(QStringLiteral("Welcome to Varnolet"), TextStyle::title, &NSColor::label, header);
+  QFont bold = title->font();
+  bold.setBold(true);
+  title->setFont(bold);
+  auto* explanation = new Label(
+      QStringLiteral("Varnolet keeps you in control by preventing other apps from stealing your focus. Grant the "
+                     "permissions below to get started."),
+      TextStyle::subheadline, &NSColor::secondaryLabel, header);
+  explanation->wrapLines();
+  explanation->setAlignment(Qt::AlignHCenter);
+  explanation->setFixedWidth(420);
+
+  auto* column = new QVBoxLayout(header);
+  column->setContentsMargins(0, 0, 0, 0);
+  column->setSpacing(8);
+  column->addWidget(new SymbolView(QStringLiteral("shield.checkered"), 40, &NSColor::tint, header), 0,
+                    Qt::AlignHCenter);
+  column->addWidget(title, 0, Qt::AlignHCenter);
+  column->addWidget(explanation, 0, Qt::AlignHCenter);
+  return header;
+}
+
+QWidget* OnboardingView::makeCards() {
+  auto* cards = new QWidget(this);
+  auto* row = new QHBoxLayout(cards);
+  row->setContentsMargins(0, 0, 0, 0);
+  row->setSpacing(16);
+  const auto permissions = permissionsManager_;
+  row->addWidget(new PermissionCard(
+      {QStringLiteral("Accessibility"), QStringLiteral("lock.shield"),
+       QStringLiteral("Lets Varnolet restore your focus when another app steals it"),
+       QStringLiteral("Open Accessibility settings"), [permissions] { return permissions->accessibilityGranted(); },
+       [permissions] { permissions->openAccessibilitySettings(); }},
+      cards));
+  row->addWidget(new PermissionCard(
+      {QStringLiteral("Input Monitoring"), QStringLiteral("keyboard"),
+       QStringLiteral("Lets Varnolet detect your intentional app switches and buffer keystrokes during theft"),
+       QStringLiteral("Open Input Monitoring settings"),
+       [permissions] { return permissions->inputMonitoringGranted(); },
+       [permissions] { permissions->openInputMonitoringSettings(); }},
+      cards));
+  return cards;
+}
+
+QWidget* OnboardingView::makeGetStarted(std::function<void()> onDismiss) {
+  auto* button = new PushButton(QStringLiteral("Get Started"), ButtonStyle::prominent, ButtonRole::normal, this);
+  button->setAccessibleDescription(QStringLiteral("Begin using Varnolet"));
+  button->setFixedWidth(200);
+  connect(button, &QPushButton::clicked, this, [onDismiss = std::move(onDismiss)] { onDismiss(); });
+  redrawing_ =
+      varnoletKit::observe([this, button] { button->setEnabled(permissionsManager_->allPermissionsGranted()); });
+  return button;
+}
+
+}  // namespace varnolet

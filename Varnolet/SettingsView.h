@@ -1,0 +1,30 @@
+// The settings, in four tabs.
+#pragma once
+
+#include <QTabWidget>
+#include <memory>
+
+#include "varnoletKit/EventLogManager.h"
+#include "varnoletKit/FocusGuardState.h"
+#include "varnoletKit/SettingsManager.h"
+
+namespace varnolet {
+
+// Every control stores what it changes at once, but for the switch of the protection, which nothing keeps. Opens at the
+// first tab. Main thread only.
+class SettingsView : public QWidget {
+ public:
+  SettingsView(std::shared_ptr<varnoletKit::SettingsManager> settingsManager,
+               std::shared_ptr<varnoletKit::FocusGuardState> focusGuardState,
+               std::shared_ptr<varnoletKit::EventLogManager> eventLogManager);
+
+ protected:
+  void changeEvent(QEvent* event) override;
+
+ private:
+  void drawSymbols();
+
+  QTabWidget* tabs_;
+};
+
+}  // namespace varnolet
