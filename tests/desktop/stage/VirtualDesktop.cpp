@@ -33,7 +33,9 @@ TemporaryFolder::~TemporaryFolder() {
   std::filesystem::remove_all(path_, ignored);
 }
 
-VirtualDesktop::VirtualDesktop(WindowManager manager, const std::string& screen) : environment_(bareEnvironment()) {
+VirtualDesktop::VirtualDesktop(WindowManager manager, const std::string& screen,
+                               const std::vector<std::string>& serverOptions)
+    : environment_(bareEnvironment()) {
   environment_["HOME"] = home();
   const std::array<std::pair<const char*, const char*>, 5> folders{{{"XDG_CONFIG_HOME", "config"},
                                                                     {"XDG_DATA_HOME", "data"},
@@ -46,19 +48,19 @@ VirtualDesktop::VirtualDesktop(WindowManager manager, const std::string& screen)
     std::filesystem::permissions(path, std::filesystem::perms::owner_all);
     environment_[variable] = path;
   }
-  startServer(screen);
+  startServer(screen, serverOptions);
   startBus();
   connection_ = std::make_unique<XConnection>(display_);
   startWindowManager(manager);
 }
 
-void VirtualDesktop::startServer(const std::string& screen) {
+void VirtualDesktop::startServer(const std::string& screen, const std::vector<std::string>& serverOptions) {
   ChildProcess::Options options;
   options.environment = environment_;
   options.readOutput = true;
-  server_ = std::make_unique<ChildProcess>(
-      std::vector<std::string>{"Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-screen", "0", screen},
-      options);
+  std::vector<std::string> command{"Xvfb", "-displayfd", "1", "-noreset", "-nolisten", "tcp", "-screen", "0", screen};
+  command.insert(command.end(), serverOptions.begin(), serverOptions.end());
+  server_ = std::make_unique<ChildProcess>(command, options);
   const auto number = server_->output().waitFor("");
   if (!number) throw std::runtime_error("Xvfb does not start");
   display_ = ':' + *number;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tests/desktop/stage/ChildProcess.h"
 #include "tests/desktop/stage/XConnection.h"
@@ -31,7 +32,9 @@ class TemporaryFolder {
 // ends with this object.
 class VirtualDesktop {
  public:
-  explicit VirtualDesktop(WindowManager manager, const std::string& screen = "800x600x24");
+  // `serverOptions`: what the X server is told besides, for example to lack an extension.
+  explicit VirtualDesktop(WindowManager manager, const std::string& screen = "800x600x24",
+                          const std::vector<std::string>& serverOptions = {});
 
   const std::string& display() const { return display_; }
   const Environment& environment() const { return environment_; }
@@ -51,7 +54,7 @@ class VirtualDesktop {
   bool run(const std::vector<std::string>& command) const;
 
  private:
-  void startServer(const std::string& screen);
+  void startServer(const std::string& screen, const std::vector<std::string>& serverOptions);
   void startBus();
   void startWindowManager(WindowManager manager);
   // The window by which a window manager shows that it manages this display, 0 if none does.
