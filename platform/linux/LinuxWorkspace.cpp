@@ -44,7 +44,7 @@ LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, c
       readable_(connection.fileDescriptor(), QSocketNotifier::Read) {
   selectEvents(connection_, connection_.root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
   watchWindowManager();
-  updateApplications(true);
+  updateApplications();
   updateFrontmost();
   QObject::connect(&readable_, &QSocketNotifier::activated, &readable_, [this] { handleEvents(); });
   // Events that arrived along with a reply have been read already: the descriptor tells nothing of them.
@@ -132,7 +132,7 @@ void LinuxWorkspace::handleEvents() {
     }
     if (isEmpty) break;
     if (news.windowManager) watchWindowManager();
-    if (news.windowManager || news.clients) updateApplications(false);
+    if (news.windowManager || news.clients) updateApplications();
     if (news.windowManager || news.clients || news.focus) updateFrontmost();
     if (news.windowManager && onWindowManagerChanged_) onWindowManagerChanged_();
   }
@@ -171,7 +171,7 @@ void LinuxWorkspace::reportLostConnection() {
 
 void LinuxWorkspace::watchWindowManager() {
   const xcb_window_t before = std::exchange(windowManager_, windowManagerCheckWindow(connection_));
-  if (windowManager_ != before) settling_.cancel();  // a new one has all the time for its takeover
+  if (windowManager_ != before) settling_.clear();  // a new one has all the time for its takeover
   if (windowManager_ != XCB_WINDOW_NONE) selectEvents(connection_, windowManager_, XCB_EVENT_MASK_STRUCTURE_NOTIFY);
 }
 
@@ -189,21 +189,14 @@ void LinuxWorkspace::updateClients() {
   }
 }
 
-void LinuxWorkspace::updateApplications(bool everythingSettled) {
+void LinuxWorkspace::updateApplications(std::optional<pid_t> settled) {
   updateClients();
   WindowsByProcess current;
   for (const auto& [client, owner] : clients_) {
     if (owner) current[*owner].push_back(client);
   }
   if (connection_.isLost()) return;
-  // Not put off by changes to come, which may never end.
-  if (!everythingSettled && keepUnmanaged(current) && windowManager_ != XCB_WINDOW_NONE && !settling_) {
-    settling_ = tasks_.runOnMainThreadAfter(longestTakeover, [this] {
-      settling_.cancel();
-      updateApplications(windowManager_ != XCB_WINDOW_NONE);
-      updateFrontmost();
-    });
-  }
+  keepUnmanaged(current, settled);
 
   const WindowsByProcess previous = std::exchange(windows_, std::move(current));
   const WindowsByProcess now = windows_;  // who is told of one change may cause the next
@@ -221,19 +214,26 @@ void LinuxWorkspace::updateApplications(bool everythingSettled) {
 }
 
 // An application whose windows are still there may only be waiting for the next window manager to take them over: adds
-// it to `current`. True if there was one.
-bool LinuxWorkspace::keepUnmanaged(WindowsByProcess& current) {
-  bool kept = false;
+// it to `current`. Without a window manager it waits as long as that takes.
+void LinuxWorkspace::keepUnmanaged(WindowsByProcess& current, std::optional<pid_t> settled) {
+  WindowsByProcess kept;
   for (const auto& [process, windows] : windows_) {
-    if (current.contains(process)) continue;
-    if (std::none_of(windows.begin(), windows.end(),
-                     [this](xcb_window_t window) { return exists(connection_, window); })) {
-      continue;
+    if (current.contains(process) || process == settled) continue;
+    if (std::any_of(windows.begin(), windows.end(),
+                    [this](xcb_window_t window) { return exists(connection_, window); })) {
+      kept.emplace(process, windows);
     }
-    current.emplace(process, windows);
-    kept = true;
   }
-  return kept;
+  std::erase_if(settling_, [&](const auto& entry) { return !kept.contains(entry.first); });
+  for (const auto& [process, windows] : kept) {
+    // Not put off by changes to come, which may never end.
+    if (windowManager_ == XCB_WINDOW_NONE || settling_.contains(process)) continue;
+    settling_[process] = tasks_.runOnMainThreadAfter(longestTakeover, [this, process = process] {
+      updateApplications(process);
+      updateFrontmost();
+    });
+  }
+  current.merge(kept);
 }
 
 void LinuxWorkspace::launch(pid_t process, const std::vector<xcb_window_t>& windows) {

@@ -62,9 +62,9 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   void watchWindowManager();
   // Who owns the windows that are managed now.
   void updateClients();
-  // `everythingSettled` decides also about applications whose windows are there, but not managed.
-  void updateApplications(bool everythingSettled);
-  bool keepUnmanaged(WindowsByProcess& current);
+  // `settled` had all the time that there is for its windows to be managed again.
+  void updateApplications(std::optional<pid_t> settled = std::nullopt);
+  void keepUnmanaged(WindowsByProcess& current, std::optional<pid_t> settled);
   void launch(pid_t process, const std::vector<xcb_window_t>& windows);
   void terminate(pid_t process);
   void updateFrontmost();
@@ -92,7 +92,8 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   xcb_window_t windowManager_ = XCB_WINDOW_NONE;
   std::optional<pid_t> frontmost_;
   bool isLost_ = false;
-  ScheduledTask settling_;  // while applications are kept whose windows nobody manages
+  // The applications that are kept although nobody manages their windows, each until its time is over.
+  std::map<pid_t, ScheduledTask> settling_;
 
   QSocketNotifier readable_;
 };

@@ -116,6 +116,22 @@ TEST_F(LinuxWorkspaceTest, AnApplicationEndsAlsoWhileAnotherOpensAndClosesWindow
   EXPECT_TRUE(application.isTerminated());
 }
 
+TEST_F(LinuxWorkspaceTest, AnApplicationThatHidesItsWindowForAMomentIsNotTakenAlongByTheEndOfAnother) {
+  const xcb_window_t others = show(thief, "Thief");
+  const auto other = applicationOf(thief.process());
+  const xcb_window_t window = show(editor, "Editor");
+  const auto application = applicationOf(editor.process());
+  thief.unmap(others);
+  runFor(std::chrono::milliseconds(800));
+  editor.unmap(window);
+  ASSERT_TRUE(runUntil([&] { return !scene.isManaged(window); }));
+  ASSERT_FALSE(other.isTerminated());
+  ASSERT_TRUE(runUntil([&] { return other.isTerminated(); }));
+  editor.map(window);
+  runFor(std::chrono::milliseconds(1200));
+  EXPECT_FALSE(application.isTerminated());
+}
+
 TEST_F(LinuxWorkspaceTest, BringsAnApplicationBackWithTheWindowThatWasActiveLast) {
   show(editor, "Editor");
   const xcb_window_t second = editor.createMapped();
