@@ -88,7 +88,7 @@ void AppDelegate::checkPermissionsSoon() {
   firstPermissionCheck_ = platform::runOnMainThreadAfter(firstPermissionCheckDelay, [this] {
     permissionsManager_->refreshPermissions();
     if (permissionsManager_->allPermissionsGranted()) {
-      focusGuardEngine_->start();
+      startEngine();
     } else {
       showOnboarding();
     }
@@ -132,7 +132,14 @@ void AppDelegate::statusItemClicked() {
 
 void AppDelegate::recheckPermissionsAndStartEngine() {
   permissionsManager_->refreshPermissions();
-  if (permissionsManager_->allPermissionsGranted() && focusGuardEngine_) focusGuardEngine_->start();
+  if (permissionsManager_->allPermissionsGranted()) startEngine();
+}
+
+void AppDelegate::startEngine() {
+  if (!focusGuardEngine_) return;
+  focusGuardEngine_->start();
+  // A pause outlasts a stop of the engine, which switches the protection on when it starts again.
+  if (pauseManager_->isPaused()) focusGuardState_->setIsEnabled(false);
 }
 
 void AppDelegate::stopEngine() {

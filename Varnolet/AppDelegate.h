@@ -70,6 +70,7 @@ class AppDelegate final : public platform::ui::NSApplicationDelegate, public std
   void blockOccurred(const varnoletKit::BlockedEvent& event);
   void tellThatTrayIsMissing();
 
+  void startEngine();
   void stopEngine();
   void togglePopover();
   QWidget* buildPopoverView();

@@ -80,7 +80,7 @@ void AppDelegate::showOnboarding() {
 
 void AppDelegate::dismissOnboarding() {
   if (onboardingWindow_) onboardingWindow_->close();
-  if (permissionsManager_->allPermissionsGranted() && focusGuardEngine_) focusGuardEngine_->start();
+  if (permissionsManager_->allPermissionsGranted()) startEngine();
 }
 
 }  // namespace varnolet

@@ -138,14 +138,16 @@ QHBoxLayout* LogViewerView::makeBottomBar() {
   connect(exportButton, &QPushButton::clicked, this,
           [this] { exportLog(*eventLogManager_, QStringLiteral("Export Blocked Events"), this); });
   connect(clearButton, &QPushButton::clicked, this, &LogViewerView::confirmClear);
-  doneButton->setFocus();
+  setFocusProxy(doneButton);
   connect(doneButton, &QPushButton::clicked, this, [this] { window()->close(); });
   return bar;
 }
 
 void LogViewerView::showEvent(QShowEvent* event) {
   QWidget::showEvent(event);
-  if (!std::exchange(hasAppeared_, true)) loadEvents();
+  if (std::exchange(hasAppeared_, true)) return;
+  setFocus();
+  loadEvents();
 }
 
 void LogViewerView::loadEvents() {
