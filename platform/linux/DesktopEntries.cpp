@@ -71,6 +71,10 @@ std::optional<DesktopEntry> desktopEntryAt(const std::filesystem::path& file) {
   return entryFrom(info.get(), idOf(absolute));
 }
 
+bool isHandled(const std::string& scheme) {
+  return GOwned<GAppInfo>(g_app_info_get_default_for_uri_scheme(scheme.c_str())) != nullptr;
+}
+
 // Forgets what was read when GLib says that it is no longer true.
 class DesktopEntries::Monitor {
  public:

@@ -21,6 +21,9 @@ struct DesktopEntry {
 // Main thread. Absent unless the file is the entry of an application that can be started.
 std::optional<DesktopEntry> desktopEntryAt(const std::filesystem::path& file);
 
+// Main thread. True if some application says that it opens addresses of this scheme, such as "mailto".
+bool isHandled(const std::string& scheme);
+
 // Main thread.
 class DesktopEntries {
  public:

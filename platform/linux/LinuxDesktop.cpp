@@ -20,7 +20,8 @@ LinuxDesktop::LinuxDesktop(const std::string& applicationIdentifier, std::unique
       userNotificationCenter_(applicationIdentifier),
       autostartEntry_(applicationIdentifier, QCoreApplication::applicationFilePath().toStdString()),
       installed_(applicationIdentifier),
-      workspace_(*connection_, tasks_, installed_, applicationIdentifier),
+      workspace_(*connection_, tasks_, installed_, opener_, applicationIdentifier),
+      sessionWatch_(workspace_.notificationCenter()),
       accessibility_(*connection_) {}
 
 LinuxDesktop::~LinuxDesktop() = default;

@@ -17,6 +17,8 @@
 #include "platform/linux/LinuxTasks.h"
 #include "platform/linux/LinuxUserDefaults.h"
 #include "platform/linux/LinuxWorkspace.h"
+#include "platform/linux/SessionWatch.h"
+#include "platform/linux/URLOpener.h"
 #include "platform/linux/XcbConnection.h"
 
 namespace platform::linux_desktop {
@@ -65,7 +67,9 @@ class LinuxDesktop : public Desktop {
   LinuxNotificationCenter userNotificationCenter_;
   AutostartEntry autostartEntry_;
   InstalledApplications installed_;
+  URLOpener opener_;
   LinuxWorkspace workspace_;
+  SessionWatch sessionWatch_;
   LinuxAccessibility accessibility_;
 };
 

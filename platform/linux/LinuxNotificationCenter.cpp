@@ -2,11 +2,8 @@
 
 #include <QDBusError>
 #include <QDBusPendingReply>
-#include <QFuture>
-#include <QPromise>
 #include <QVariantMap>
 #include <algorithm>
-#include <thread>
 #include <utility>
 
 #include "platform/linux/DBusCalls.h"
@@ -78,19 +75,9 @@ void LinuxNotificationCenter::whenConnected(std::function<void()> then) {
     return;
   }
   waiting_.push_back(std::move(then));
-  if (waiting_.size() == 1) connectToBus();
-}
-
-// On a thread that nobody waits for, not even at the end of the program: a bus may let its clients wait for long.
-void LinuxNotificationCenter::connectToBus() {
-  QDBusConnection::disconnectFromBus(connectionName);
-  QPromise<void> attempt;
-  attempt.start();
-  attempt.future().then(this, [this] { connectionAttempted(); });
-  std::thread([address = sessionBusAddress(), attempt = std::move(attempt)]() mutable {
-    if (!address.isEmpty()) QDBusConnection::connectToBus(address, connectionName);
-    attempt.finish();
-  }).detach();
+  if (waiting_.size() == 1) {
+    connectInBackground(sessionBusAddress(), connectionName, this, [this] { connectionAttempted(); });
+  }
 }
 
 void LinuxNotificationCenter::connectionAttempted() {

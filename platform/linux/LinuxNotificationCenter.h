@@ -54,7 +54,6 @@ class LinuxNotificationCenter : public QObject, public UNUserNotificationCenter 
 
   // Calls `then` once the bus is connected or has turned out not to be there.
   void whenConnected(std::function<void()> then);
-  void connectToBus();
   void connectionAttempted();
   void askForServer(std::function<void(const ServerAnswer&)> then);
   void post(const UNNotificationRequest& request, const Server& server,

@@ -1,7 +1,6 @@
 #include "platform/linux/LinuxWorkspace.h"
 
 #include <QAbstractEventDispatcher>
-#include <QProcess>
 #include <algorithm>
 #include <cassert>
 #include <chrono>
@@ -33,10 +32,11 @@ bool movesFocus(const xcb_focus_in_event_t& event) {
 }  // namespace
 
 LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, const InstalledApplications& installed,
-                               std::string applicationIdentifier)
+                               const URLOpener& opener, std::string applicationIdentifier)
     : connection_(connection),
       tasks_(tasks),
       installed_(installed),
+      opener_(opener),
       events_(connection),
       owners_(connection),
       naming_(connection, std::move(applicationIdentifier)),
@@ -78,9 +78,7 @@ std::vector<NSRunningApplication> LinuxWorkspace::runningApplications() {
 
 bool LinuxWorkspace::openURL(const std::string& url) {
   assert(tasks_.isMainThread());
-  // Panes of settings that this desktop does not have.
-  if (url.starts_with("x-apple.") || url.empty() || url.front() == '-') return false;
-  return QProcess::startDetached(QStringLiteral("xdg-open"), {QString::fromStdString(url)});
+  return opener_.open(url);
 }
 
 std::optional<std::filesystem::path> LinuxWorkspace::URLForApplicationWithBundleIdentifier(

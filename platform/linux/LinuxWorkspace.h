@@ -13,6 +13,7 @@
 #include "platform/linux/ApplicationNames.h"
 #include "platform/linux/ApplicationRegistry.h"
 #include "platform/linux/InstalledApplications.h"
+#include "platform/linux/URLOpener.h"
 #include "platform/linux/WindowOwners.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbEvents.h"
@@ -24,7 +25,7 @@ namespace platform::linux_desktop {
 class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
  public:
   LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, const InstalledApplications& installed,
-                 std::string applicationIdentifier);
+                 const URLOpener& opener, std::string applicationIdentifier);
   ~LinuxWorkspace() override;
 
   // Called once from the event loop when the X server is gone or has closed the connection.
@@ -78,6 +79,7 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   XcbConnection& connection_;
   TaskServices& tasks_;
   const InstalledApplications& installed_;
+  const URLOpener& opener_;
   XcbEvents events_;
   WindowOwners owners_;
   ApplicationNaming naming_;

@@ -9,35 +9,7 @@ namespace {
 constexpr char serviceName[] = "org.freedesktop.Notifications";
 constexpr char objectPath[] = "/org/freedesktop/Notifications";
 
-constexpr char configuration[] = R"(<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-)";
-
 }  // namespace
-
-PrivateBus::PrivateBus() {
-  fill(folder_ / "bus.conf", configuration);
-  stage::ChildProcess::Options options;
-  options.environment = stage::bareEnvironment();
-  options.readOutput = true;
-  daemon_ = std::make_unique<stage::ChildProcess>(
-      std::vector<std::string>{"dbus-daemon", "--config-file=" + (folder_ / "bus.conf").string(), "--nofork",
-                               "--print-address=1"},
-      options);
-  const auto address = daemon_->output().waitFor("unix:");
-  if (!address) throw std::runtime_error("dbus-daemon does not start");
-  address_ = *address;
-  environment_ = std::make_unique<TestEnvironment>(
-      std::vector<std::pair<const char*, const char*>>{{"DBUS_SESSION_BUS_ADDRESS", address_.c_str()}});
-}
 
 NotificationServer::NotificationServer(const PrivateBus& bus, QStringList capabilities, const char* connectionName)
     : connectionName_(connectionName),

@@ -1,4 +1,4 @@
-// A session bus of the test's own, and a notification server on it that does as told.
+// A notification server that does as told.
 #pragma once
 
 #include <QDBusConnection>
@@ -6,29 +6,11 @@
 #include <QDBusVirtualObject>
 #include <QStringList>
 #include <QVariantMap>
-#include <memory>
-#include <string>
 #include <vector>
 
-#include "TestFolder.h"
-#include "tests/desktop/stage/ChildProcess.h"
+#include "PrivateBus.h"
 
 namespace platform::linux_desktop {
-
-// No program is there for the bus to start. It is that of this process's environment as long as it lives.
-class PrivateBus {
- public:
-  PrivateBus();
-
-  const std::string& address() const { return address_; }
-  void end() { daemon_.reset(); }
-
- private:
-  TestFolder folder_;
-  std::unique_ptr<stage::ChildProcess> daemon_;
-  std::string address_;
-  std::unique_ptr<TestEnvironment> environment_;
-};
 
 // What a server was asked to show.
 struct Shown {

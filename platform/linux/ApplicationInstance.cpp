@@ -1,0 +1,131 @@
+#include "platform/linux/ApplicationInstance.h"
+
+#include <QDBusConnection>
+#include <QDBusError>
+#include <QDBusReply>
+#include <QMetaObject>
+#include <QVariantMap>
+#include <algorithm>
+#include <chrono>
+#include <future>
+#include <thread>
+#include <utility>
+
+#include "platform/linux/BusProbe.h"
+#include "platform/linux/DBusCalls.h"
+
+namespace platform::linux_desktop {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+constexpr auto patienceWithBus = 1s;
+constexpr auto patienceWithPrimary = 2s;
+const auto connectionName = QStringLiteral("varnolet-instance");
+const auto applicationInterface = QStringLiteral("org.freedesktop.Application");
+
+int millisecondsUntil(steady_clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
+  return static_cast<int>(std::max(left, 1ms).count());
+}
+
+// On a thread of its own, which is left behind if it takes too long.
+bool connectUntil(steady_clock::time_point deadline) {
+  const QString address = sessionBusAddress();
+  if (address.isEmpty()) return false;
+  std::promise<void> attempt;
+  const auto attempted = attempt.get_future();
+  std::thread([address, attempt = std::move(attempt)]() mutable {
+    if (isBusAnswering(address, patienceWithBus)) QDBusConnection::connectToBus(address, connectionName);
+    attempt.set_value();
+  }).detach();
+  return attempted.wait_until(deadline) == std::future_status::ready && QDBusConnection(connectionName).isConnected();
+}
+
+// True if another process has it.
+bool isNameTaken(const QString& name, steady_clock::time_point deadline) {
+  constexpr uint doNotQueue = 4;
+  constexpr uint exists = 3;
+  auto request =
+      QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                                     QStringLiteral("org.freedesktop.DBus"), QStringLiteral("RequestName"));
+  request << name << doNotQueue;
+  const QDBusReply<uint> answer =
+      QDBusConnection(connectionName).call(request, QDBus::Block, millisecondsUntil(deadline));
+  return answer.isValid() && answer.value() == exists;
+}
+
+}  // namespace
+
+ApplicationInstance::ApplicationInstance(const std::string& applicationIdentifier)
+    : name_(QString::fromStdString(applicationIdentifier)), path_('/' + QString(name_).replace('.', '/')) {}
+
+ApplicationInstance::~ApplicationInstance() {
+  QDBusConnection::disconnectFromBus(connectionName);
+}
+
+ApplicationInstance::Claim ApplicationInstance::claim() {
+  const auto deadline = steady_clock::now() + patienceWithBus;
+  if (!connectUntil(deadline)) return Claim::primary;
+  // Before it has the name: who asks for the name next may call at once.
+  QDBusConnection(connectionName).registerVirtualObject(path_, this);
+  if (!isNameTaken(name_, deadline)) return Claim::primary;
+  if (tellPrimary()) return Claim::second;
+  // It ended between the two questions.
+  return isNameTaken(name_, steady_clock::now() + patienceWithBus) ? Claim::second : Claim::primary;
+}
+
+// False if there is none any more. One that does not answer is one nevertheless.
+bool ApplicationInstance::tellPrimary() const {
+  auto call = QDBusMessage::createMethodCall(name_, path_, applicationInterface, QStringLiteral("Activate"));
+  call.setAutoStartService(false);
+  call << QVariantMap();
+  constexpr int patienceMs = std::chrono::milliseconds(patienceWithPrimary).count();
+  const auto answer = QDBusConnection(connectionName).call(call, QDBus::Block, patienceMs);
+  return answer.errorName() != QDBusError::errorString(QDBusError::ServiceUnknown);
+}
+
+void ApplicationInstance::setReopenHandler(std::function<void()> handler) {
+  onReopen_ = std::move(handler);
+  if (onReopen_ && std::exchange(isReopenDue_, false)) {
+    QMetaObject::invokeMethod(
+        this, [this] { reopen(); }, Qt::QueuedConnection);
+  }
+}
+
+void ApplicationInstance::reopen() {
+  if (onReopen_) {
+    onReopen_();
+  } else {
+    isReopenDue_ = true;
+  }
+}
+
+QString ApplicationInstance::introspect(const QString& path) const {
+  if (path != path_) return {};
+  return QStringLiteral(R"(<interface name="org.freedesktop.Application">
+  <method name="Activate"><arg type="a{sv}" direction="in"/></method>
+  <method name="Open"><arg type="as" direction="in"/><arg type="a{sv}" direction="in"/></method>
+  <method name="ActivateAction">
+    <arg type="s" direction="in"/><arg type="av" direction="in"/><arg type="a{sv}" direction="in"/>
+  </method>
+</interface>
+)");
+}
+
+// There is nothing to open, and there are no actions.
+bool ApplicationInstance::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
+  if (message.path() != path_) return false;
+  if (!message.interface().isEmpty() && message.interface() != applicationInterface) return false;
+  const auto is = [&](const char* member, const char* signature) {
+    return message.member() == QLatin1String(member) && message.signature() == QLatin1String(signature);
+  };
+  const bool reopens = is("Activate", "a{sv}") || is("Open", "asa{sv}");
+  if (!reopens && !is("ActivateAction", "sava{sv}")) return false;
+  if (message.isReplyRequired()) connection.send(message.createReply());
+  if (reopens) reopen();
+  return true;
+}
+
+}  // namespace platform::linux_desktop

@@ -1,0 +1,44 @@
+// The program runs once in a session: a second start tells the first one and ends.
+#pragma once
+
+#include <QDBusMessage>
+#include <QDBusVirtualObject>
+#include <QString>
+#include <functional>
+#include <string>
+
+namespace platform::linux_desktop {
+
+// Main thread, once the application object is there. On the session bus the program has the name of its identifier and
+// is an org.freedesktop.Application, so that also a desktop can ask for it.
+class ApplicationInstance : public QDBusVirtualObject {
+  Q_OBJECT
+
+ public:
+  enum class Claim { primary, second };
+
+  explicit ApplicationInstance(const std::string& applicationIdentifier);
+  // Gives the name back.
+  ~ApplicationInstance() override;
+
+  // To be called once. The first one is primary; the second has told the first to reopen, for which it waits up to two
+  // seconds, and should end. Without a bus that answers within a second, every one is primary.
+  Claim claim();
+  // Called from the event loop when the program is started again; also if that was before the handler was set.
+  void setReopenHandler(std::function<void()> handler);
+
+  // QDBusVirtualObject
+  QString introspect(const QString& path) const override;
+  bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+
+ private:
+  bool tellPrimary() const;
+  void reopen();
+
+  const QString name_;
+  const QString path_;
+  std::function<void()> onReopen_;
+  bool isReopenDue_ = false;
+};
+
+}  // namespace platform::linux_desktop
