@@ -4,14 +4,6 @@
 #include <xcb/xinput.h>
 
 namespace platform::linux_desktop {
-namespace {
-
-// Sequence numbers wrap around.
-bool isAtOrPast(std::uint32_t sequence, std::uint32_t boundary) {
-  return static_cast<std::int32_t>(sequence - boundary) >= 0;
-}
-
-}  // namespace
 
 void KeyboardGate::close(const std::vector<DeviceId>& keyboards) {
   isClosed_ = true;

@@ -50,7 +50,7 @@ void KeymapKeeper::forget(DeviceId keyboard) {
 void KeymapKeeper::keyboardTypes(DeviceId keyboard) {
   if (typist_ == keyboard || !xtest_) return;
   typist_ = keyboard;
-  mirror_.copy(typist_, *xtest_);
+  copyToXtest();
 }
 
 bool KeymapKeeper::isKeymapEvent(const xcb_generic_event_t& event) const {
@@ -61,13 +61,30 @@ bool KeymapKeeper::handle(const xcb_generic_event_t& event, bool isGateClosed) {
   const auto& change = reinterpret_cast<const XkbEvent&>(event);
   if (!xtest_) return false;
   if (change.device == *xtest_) {
-    // While our own copies are on their way the changes are ours.
-    if (isGateClosed && mirror_.isIdle()) hasChangedWhileClosed_ = true;
+    if (isGateClosed && !mayBeOurs(event)) hasChangedWhileClosed_ = true;
     return false;
   }
   if (change.device != typist_) return false;
-  mirror_.copy(typist_, *xtest_);
+  copyToXtest();
   return change.xkbType != XCB_XKB_CONTROLS_NOTIFY;
+}
+
+void KeymapKeeper::copyToXtest() {
+  mirror_.copy(typist_, *xtest_);
+  hasCopiedToXtest_ = true;
+  endOfCopies_.reset();
+}
+
+// The copies are made over another connection: what they cause may be read here long after they are made, but it came
+// before any request that was sent afterwards.
+void KeymapKeeper::noteEndOfCopies() {
+  if (!hasCopiedToXtest_ || endOfCopies_ || !mirror_.isIdle()) return;
+  endOfCopies_ = xcb_no_operation(connection_).sequence;
+  xcb_flush(connection_);
+}
+
+bool KeymapKeeper::mayBeOurs(const xcb_generic_event_t& event) const {
+  return hasCopiedToXtest_ && !(endOfCopies_ && isAtOrPast(event.full_sequence, *endOfCopies_));
 }
 
 bool KeymapKeeper::isReadyToOpen() {

@@ -31,6 +31,9 @@ class KeymapKeeper {
   // True if the keymap of the keyboard that is typed on has changed.
   bool handle(const xcb_generic_event_t& event, bool isGateClosed);
 
+  // To be called between events: finds out when our own copies are made, for what comes later is the user's doing.
+  void noteEndOfCopies();
+
   // To be asked when the gate could open: brings the floating keyboards what changed meanwhile. False until that is
   // done; to be asked again later.
   bool isReadyToOpen();
@@ -38,6 +41,10 @@ class KeymapKeeper {
   void copyLocksTo(DeviceId keyboard);
 
  private:
+  void copyToXtest();
+  // True for an event of XTEST's keyboard that one of our own copies may have caused.
+  bool mayBeOurs(const xcb_generic_event_t& event) const;
+
   XcbConnection& connection_;
   KeymapMirror mirror_;
   std::uint8_t firstEvent_ = 0;
@@ -46,6 +53,8 @@ class KeymapKeeper {
   std::optional<DeviceId> master_;
   DeviceId typist_ = 0;
   std::set<DeviceId> watched_;
+  bool hasCopiedToXtest_ = false;
+  std::optional<std::uint32_t> endOfCopies_;  // a request that was sent after they were made; absent until they are
   // The user changed the applications' keymap while the keyboards were away.
   bool hasChangedWhileClosed_ = false;
 };

@@ -138,6 +138,7 @@ std::optional<TapSession::Clock::time_point> TapSession::deadline() const {
 
 bool TapSession::perform() {
   watchdog_->beat();
+  keymaps_.noteEndOfCopies();
   if (handleInbox()) return true;
   if (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) {
     take(*event);

@@ -3,6 +3,7 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -28,6 +29,11 @@ XcbOwned<Reply> replyTo(xcb_connection_t* connection, Reply* (*await)(xcb_connec
   XcbOwned<Reply> reply(await(connection, cookie, &error));
   const XcbOwned<xcb_generic_error_t> discarded(error);
   return reply;
+}
+
+// Whether the request or event of that number is the other or came after it. Sequence numbers wrap around.
+inline bool isAtOrPast(std::uint32_t sequence, std::uint32_t boundary) {
+  return static_cast<std::int32_t>(sequence - boundary) >= 0;
 }
 
 // Not thread-safe: each thread that talks to the server has a connection of its own.
