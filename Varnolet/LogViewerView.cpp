@@ -18,6 +18,7 @@
 #include "platform/ui/FormSection.h"
 #include "platform/ui/NSAlert.h"
 #include "platform/ui/NSColor.h"
+#include "platform/ui/NSWindow.h"
 #include "platform/ui/PushButton.h"
 
 namespace varnolet {
@@ -53,9 +54,8 @@ LogViewerView::LogViewerView(std::shared_ptr<varnoletKit::EventLogManager> event
   loadingPanel_ = makeLoadingPanel(content_);
   emptyPanel_ = makeEmptyPanel(content_);
   table_ = makeTable();
-  for (auto* page : {loadingPanel_, emptyPanel_, table_}) content_->addWidget(page);
+  for (QWidget* page : {loadingPanel_, emptyPanel_, static_cast<QWidget*>(table_)}) content_->addWidget(page);
 
-  setMinimumSize(frame);
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(margin, margin, margin, margin);
   column->setSpacing(0);
@@ -64,6 +64,7 @@ LogViewerView::LogViewerView(std::shared_ptr<varnoletKit::EventLogManager> event
   column->addWidget(content_, 1);
   column->addWidget(makeDivider(this));
   column->addLayout(makeBottomBar());
+  setFrame(*this, frame);
   redraw();
 }
 
@@ -90,7 +91,7 @@ QDateEdit* LogViewerView::makeDateEdit(const QString& accessibleName, QDateTime 
   return edit;
 }
 
-QWidget* LogViewerView::makeTable() {
+QTableView* LogViewerView::makeTable() {
   auto* table = new QTableView(content_);
   table->setAccessibleName(QStringLiteral("Blocked events table"));
   table->setModel(&model_);
@@ -104,10 +105,6 @@ QWidget* LogViewerView::makeTable() {
   auto* header = table->horizontalHeader();
   header->setHighlightSections(false);
   header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-  const auto& columns = BlockedEventsModel::columns();
-  for (int column = 0; column < static_cast<int>(columns.size()); ++column) {
-    header->resizeSection(column, columns.at(static_cast<std::size_t>(column)).idealWidth);
-  }
   // The names get what room there is beyond that.
   for (const int nameColumn : {1, 2}) header->setSectionResizeMode(nameColumn, QHeaderView::Stretch);
   // A column is never narrower than it must be, whatever the user drags.
@@ -116,6 +113,19 @@ QWidget* LogViewerView::makeTable() {
     if (width < least) header->resizeSection(column, least);
   });
   return table;
+}
+
+// The ideal widths, or what large fonts need.
+void LogViewerView::fitColumns() {
+  auto* header = table_->horizontalHeader();
+  const QAbstractItemView& view = *table_;  // where the hint is public
+  for (int column = 0; column < model_.columnCount(); ++column) {
+    const int ideal = BlockedEventsModel::columns().at(static_cast<std::size_t>(column)).idealWidth;
+    const int needed = std::max(header->sectionSizeHint(column), view.sizeHintForColumn(column));
+    if (header->sectionResizeMode(column) == QHeaderView::Interactive) {
+      header->resizeSection(column, std::max(ideal, needed));
+    }
+  }
 }
 
 QHBoxLayout* LogViewerView::makeBottomBar() {
@@ -161,6 +171,7 @@ void LogViewerView::loadEvents() {
                                 view->events_ = std::move(*events);
                                 view->isLoading_ = false;
                                 view->applyFilter();
+                                view->fitColumns();
                               });
                             });
 }
@@ -178,7 +189,9 @@ void LogViewerView::applyFilter() {
 }
 
 void LogViewerView::redraw() {
-  content_->setCurrentWidget(isLoading_ ? loadingPanel_ : filteredEvents_.empty() ? emptyPanel_ : table_);
+  content_->setCurrentWidget(isLoading_                ? loadingPanel_
+                             : filteredEvents_.empty() ? emptyPanel_
+                                                       : static_cast<QWidget*>(table_));
   const std::size_t count = filteredEvents_.size();
   count_->setText(QString::number(count) + QStringLiteral(" event") + (count == 1 ? QString() : QStringLiteral("s")));
   cutNotice_->setVisible(count == mostRows);

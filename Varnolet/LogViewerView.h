@@ -13,6 +13,7 @@
 class QDateEdit;
 class QHBoxLayout;
 class QStackedWidget;
+class QTableView;
 
 namespace varnolet {
 
@@ -31,7 +32,8 @@ class LogViewerView : public QWidget {
  private:
   QHBoxLayout* makeHeader();
   QHBoxLayout* makeBottomBar();
-  QWidget* makeTable();
+  QTableView* makeTable();
+  void fitColumns();
   QDateEdit* makeDateEdit(const QString& accessibleName, QDateTime LogViewerView::*bound);
 
   void loadEvents();
@@ -52,7 +54,7 @@ class LogViewerView : public QWidget {
   QStackedWidget* content_ = nullptr;
   QWidget* loadingPanel_ = nullptr;
   QWidget* emptyPanel_ = nullptr;
-  QWidget* table_ = nullptr;
+  QTableView* table_ = nullptr;
   platform::ui::Label* count_ = nullptr;
   platform::ui::Label* cutNotice_ = nullptr;
 };

@@ -8,6 +8,7 @@
 #include "platform/ui/Label.h"
 #include "platform/ui/NSApplication.h"
 #include "platform/ui/NSColor.h"
+#include "platform/ui/NSWindow.h"
 #include "platform/ui/PushButton.h"
 #include "platform/ui/SymbolView.h"
 
@@ -28,7 +29,6 @@ OnboardingView::OnboardingView(std::shared_ptr<varnoletKit::PermissionsManager> 
       didBecomeActive_(platform::NSNotificationCenter::defaultCenter().addObserverForName(
           NSApplicationDidBecomeActiveNotification, platform::NSOperationQueue::mainQueue,
           [this](const platform::NSNotification&) { permissionsManager_->refreshPermissions(); })) {
-  setMinimumSize(frame);
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(padding, padding, padding, padding);
   column->setSpacing(spacing);
@@ -37,6 +37,7 @@ OnboardingView::OnboardingView(std::shared_ptr<varnoletKit::PermissionsManager> 
   column->addWidget(makeCards());
   column->addWidget(makeGetStarted(std::move(onDismiss)), 0, Qt::AlignHCenter);
   column->addStretch();
+  setFrame(*this, frame);
 }
 
 OnboardingView::~OnboardingView() {

@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -11,6 +12,8 @@
 #include "Varnolet/VarnoletApp.h"
 #include "platform/Desktop.h"
 #include "platform/linux/ApplicationInstance.h"
+#include "platform/linux/BusProbe.h"
+#include "platform/linux/DBusCalls.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/ui/NSApplication.h"
@@ -18,12 +21,12 @@
 
 namespace {
 
-using platform::linux_desktop::ApplicationInstance;
-using platform::linux_desktop::LinuxDesktop;
-using platform::linux_desktop::XcbConnection;
+using namespace platform::linux_desktop;
 using varnoletKit::applicationIdentifier;
 
 enum ExitCode { ended = 0, displayLost = 1, noDisplay = 2 };
+
+constexpr std::chrono::seconds busPatience(1);
 
 // There are no other threads yet.
 void prepareEnvironment() {
@@ -32,6 +35,11 @@ void prepareEnvironment() {
   setenv("DBUS_FATAL_WARNINGS", "0", 0);  // NOLINT(concurrency-mt-unsafe)
   // Keyboards and windows are watched through X11, so the program's own windows belong there too.
   setenv("QT_QPA_PLATFORM", "xcb", 0);  // NOLINT(concurrency-mt-unsafe)
+  // The toolkit would wait for a stopped bus for minutes, with no key guarded.
+  if (const QString bus = sessionBusAddress(); !bus.isEmpty() && !isBusAnswering(bus, busPatience)) {
+    std::fputs("varnolet: the session bus does not answer; going on without notifications\n", stderr);
+    setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);  // NOLINT(concurrency-mt-unsafe)
+  }
 }
 
 int run(LinuxDesktop& desktop, ApplicationInstance& instance) {

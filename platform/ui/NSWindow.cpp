@@ -20,7 +20,8 @@ NSWindow::NSWindow(const QString& title, unsigned styleMask, const QSize& conten
   if ((styleMask & resizable) != 0) {
     resize(contentSize);
   } else {
-    setFixedSize(contentSize);
+    // Large fonts may need more than the size that was meant.
+    setFixedSize(contentSize.expandedTo(layout->totalMinimumSize()));
   }
 }
 
@@ -45,6 +46,15 @@ void NSWindow::keyPressEvent(QKeyEvent* event) {
     return;
   }
   QWidget::keyPressEvent(event);
+}
+
+void setFrame(QWidget& view, const QSize& size) {
+  const QLayout* layout = view.layout();
+  QSize needed = size.expandedTo(layout->totalMinimumSize());
+  if (layout->hasHeightForWidth()) {
+    needed = needed.expandedTo({needed.width(), layout->totalHeightForWidth(needed.width())});
+  }
+  view.setMinimumSize(needed);
 }
 
 }  // namespace platform::ui

@@ -24,4 +24,8 @@ class NSWindow : public QWidget {
   void keyPressEvent(QKeyEvent* event) override;
 };
 
+// Gives a view, whose layout is complete, this size at least, or what its content needs if that is more, as it may be
+// with large fonts. Main thread.
+void setFrame(QWidget& view, const QSize& size);
+
 }  // namespace platform::ui
