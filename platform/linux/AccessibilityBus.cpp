@@ -10,10 +10,10 @@ namespace {
 
 constexpr int patienceMs = 5000;
 constexpr std::size_t mostKnownProcesses = 512;
-const auto connectionName = QStringLiteral("varnolet-accessibility");
+const auto connectionNames = QStringLiteral("varnolet-accessibility-%1");
 const auto sessionConnectionName = QStringLiteral("varnolet-accessibility-address");
 const auto launcherName = QStringLiteral("org.a11y.Bus");
-const auto noConnection = QStringLiteral("varnolet-none");
+const QDBusConnection noConnection{QString()};
 
 }  // namespace
 
@@ -29,7 +29,7 @@ AccessibilityBus::AccessibilityBus() : session_(noConnection), bus_(noConnection
 AccessibilityBus::~AccessibilityBus() {
   listeners_.clear();
   updateRegistration();
-  QDBusConnection::disconnectFromBus(connectionName);
+  QDBusConnection::disconnectFromBus(connectionName_);
   QDBusConnection::disconnectFromBus(sessionConnectionName);
 }
 
@@ -48,11 +48,15 @@ void AccessibilityBus::remove(const Listener& listener) {
 
 void AccessibilityBus::watchSessionBus() {
   const QString address = sessionBusAddress();
-  if (!address.isEmpty()) session_ = QDBusConnection::connectToBus(address, sessionConnectionName);
-  if (!session_.isConnected()) {
-    isDisabled_ = true;
-    return;
-  }
+  isDisabled_ = address.isEmpty();
+  if (isDisabled_) return;
+  connectInBackground(address, sessionConnectionName, this, [this] { watchLauncher(); });
+}
+
+void AccessibilityBus::watchLauncher() {
+  session_ = QDBusConnection(sessionConnectionName);
+  isDisabled_ = !session_.isConnected();
+  if (isDisabled_) return;
   launcher_.setConnection(session_);
   launcher_.setWatchMode(QDBusServiceWatcher::WatchForRegistration);
   launcher_.addWatchedService(launcherName);
@@ -74,12 +78,24 @@ void AccessibilityBus::askForAddress() {
 
 void AccessibilityBus::connectTo(const QString& address) {
   // A launcher that was only started by the question is announced too, and asked twice.
-  if (bus_.isConnected() && address == address_) return;
+  if ((isConnecting_ || bus_.isConnected()) && address == address_) return;
   address_ = address;
-  QDBusConnection::disconnectFromBus(connectionName);
   isRegistered_ = false;
   processes_.clear();
-  bus_ = QDBusConnection::connectToBus(address, connectionName);
+  bus_ = noConnection;
+  QDBusConnection::disconnectFromBus(connectionName_);
+  connectionName_ = connectionNames.arg(++attempts_);
+  isConnecting_ = true;
+  connectInBackground(address, connectionName_, this, [this, name = connectionName_] { connectionAttempted(name); });
+}
+
+void AccessibilityBus::connectionAttempted(const QString& connectionName) {
+  if (connectionName != connectionName_) {
+    QDBusConnection::disconnectFromBus(connectionName);
+    return;
+  }
+  isConnecting_ = false;
+  bus_ = QDBusConnection(connectionName_);
   isDisabled_ =
       !bus_.isConnected() || !bus_.connect(QString(), QString(), QStringLiteral("org.a11y.atspi.Event.Window"),
                                            QStringLiteral("Activate"), this, SLOT(windowActivated(QDBusMessage)));

@@ -17,8 +17,9 @@
 
 namespace platform::linux_desktop {
 
-// Main thread, but for isDisabled(). The bus is spoken to directly, and no answer is waited for: a client library that
-// asks the announcing application back would hold up the main thread just when another application takes the focus.
+// Main thread, but for isDisabled(). The bus is spoken to directly, and neither a connection nor an answer is waited
+// for: a client library that asks the announcing application back would hold up the main thread just when another
+// application takes the focus.
 class AccessibilityBus : public QObject {
   Q_OBJECT
 
@@ -43,8 +44,10 @@ class AccessibilityBus : public QObject {
  private:
   Q_SLOT void windowActivated(const QDBusMessage& announcement);
   void watchSessionBus();
+  void watchLauncher();
   void askForAddress();
   void connectTo(const QString& address);
+  void connectionAttempted(const QString& connectionName);
   // Applications announce only what somebody registered for.
   void updateRegistration();
   void askForProcessOf(const QString& sender);
@@ -52,7 +55,10 @@ class AccessibilityBus : public QObject {
 
   QDBusConnection session_;
   QDBusConnection bus_;
-  QString address_;               // of bus_
+  QString address_;         // of bus_, or of what it will be
+  QString connectionName_;  // likewise; each attempt to connect has its own
+  int attempts_ = 0;
+  bool isConnecting_ = false;
   QDBusServiceWatcher launcher_;  // of the bus
   std::atomic<bool> isDisabled_ = false;
   bool isRegistered_ = false;
