@@ -88,10 +88,7 @@ bool ApplicationInstance::tellPrimary() const {
 
 void ApplicationInstance::setReopenHandler(std::function<void()> handler) {
   onReopen_ = std::move(handler);
-  if (onReopen_ && std::exchange(isReopenDue_, false)) {
-    QMetaObject::invokeMethod(
-        this, [this] { reopen(); }, Qt::QueuedConnection);
-  }
+  if (onReopen_ && std::exchange(isReopenDue_, false)) QMetaObject::invokeMethod(this, "reopen", Qt::QueuedConnection);
 }
 
 void ApplicationInstance::reopen() {

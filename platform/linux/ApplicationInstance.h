@@ -33,7 +33,7 @@ class ApplicationInstance : public QDBusVirtualObject {
 
  private:
   bool tellPrimary() const;
-  void reopen();
+  Q_SLOT void reopen();
 
   const QString name_;
   const QString path_;

@@ -2,9 +2,8 @@
 
 #include <QDBusConnection>
 #include <QFileInfo>
-#include <QMetaObject>
+#include <QObject>
 #include <memory>
-#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -15,25 +14,6 @@ namespace {
 
 // With a bus that must have a lot to do.
 constexpr auto patience = std::chrono::seconds(25);
-
-// An object to which another thread posts work, unless it is gone by then.
-class Receiver {
- public:
-  explicit Receiver(QObject* object) : object_(object) {}
-
-  void forget() {
-    const std::lock_guard lock(mutex_);
-    object_ = nullptr;
-  }
-  void post(const std::function<void()>& work) {
-    const std::lock_guard lock(mutex_);
-    if (object_) QMetaObject::invokeMethod(object_, work, Qt::QueuedConnection);
-  }
-
- private:
-  std::mutex mutex_;
-  QObject* object_;
-};
 
 }  // namespace
 
@@ -51,13 +31,15 @@ QString systemBusAddress() {
 
 void connectInBackground(const QString& address, const QString& connectionName, QObject* context,
                          std::function<void()> then) {
-  auto receiver = std::make_shared<Receiver>(context);
-  QObject::connect(context, &QObject::destroyed, [receiver] { receiver->forget(); });
-  std::thread([address, connectionName, receiver = std::move(receiver), then = std::move(then)] {
+  // Its end is the message: a signal is the one that another thread may send to an object which may be gone.
+  auto attempt = std::make_unique<QObject>();
+  QObject::connect(attempt.get(), &QObject::destroyed, context, std::move(then), Qt::QueuedConnection);
+  attempt->moveToThread(nullptr);
+  std::thread([address, connectionName, attempt = std::move(attempt)]() mutable {
     const bool isThere = !address.isEmpty() && isBusAnswering(address, patience);
     QDBusConnection::disconnectFromBus(connectionName);
     if (isThere) QDBusConnection::connectToBus(address, connectionName);
-    receiver->post(then);
+    attempt.reset();
   }).detach();
 }
 
