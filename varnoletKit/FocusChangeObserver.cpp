@@ -109,7 +109,7 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
     accept(app, name, &FocusChangeDelegate::focusChangeWhitelisted);
   } else if (isBlessedApp) {
     accept(app, name, &FocusChangeDelegate::focusChangeUserInitiated);
-  } else if (blessedApp_) {
+  } else if (isThereSomethingToProtect()) {
     focusLog.info("🚨 THEFT DETECTED: %s (%s) stole from %s", name, bundleID,
                   blessedApp_->localizedName().value_or("unknown"));
     reportTheft(app);
@@ -117,6 +117,11 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
     focusLog.info("ℹ️ No blessed app set, accepting: %s (%s)", name, bundleID);
     accept(app, name, &FocusChangeDelegate::focusChangeUserInitiated);
   }
+}
+
+// The program does not protect its own windows: the user closes them, and what comes to the front then is no thief.
+bool FocusChangeObserver::isThereSomethingToProtect() const {
+  return blessedApp_ && blessedApp_->bundleIdentifier() != applicationIdentifier;
 }
 
 void FocusChangeObserver::accept(const NSRunningApplication& app, const std::string& name,

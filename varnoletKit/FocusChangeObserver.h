@@ -50,6 +50,7 @@ class FocusChangeObserver final : public std::enable_shared_from_this<FocusChang
   void handleActivation(const platform::NSRunningApplication& app);
   void accept(const platform::NSRunningApplication& app, const std::string& name,
               void (FocusChangeDelegate::*outcome)(const platform::NSRunningApplication&));
+  bool isThereSomethingToProtect() const;
   void reportTheft(const platform::NSRunningApplication& thief);
   void removeObserver();
 

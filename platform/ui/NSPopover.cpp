@@ -59,9 +59,8 @@ void NSPopover::showRelativeTo(const QRect& anchor) {
   show();
   raise();
   activateWindow();
-  if (auto* first = content_ ? content_->nextInFocusChain() : nullptr; first && !focusWidget()) {
-    first->setFocus(Qt::PopupFocusReason);
-  }
+  // Also without a mouse: the keys begin at the first control.
+  if (!focusWidget()) focusNextPrevChild(true);
 }
 
 bool NSPopover::wasClosedByThisClick() const {

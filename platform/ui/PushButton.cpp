@@ -19,21 +19,24 @@ QString sheetOf(ButtonStyle style, const QColor& text, const QPalette& palette) 
   const auto name = [](const QColor& color) { return color.name(); };
   if (style == ButtonStyle::plain) {
     return QStringLiteral(
-               "QPushButton { color: %1; text-align: left; padding: 3px 6px; border: 1px solid transparent; "
+               "QPushButton { outline: none; color: %1; text-align: left; padding: 3px 6px; border: 1px solid "
+               "transparent; "
                "border-radius: 5px; background: transparent }"
                "QPushButton:hover, QPushButton:pressed { background: %2 } QPushButton:focus { border-color: %3 }")
         .arg(name(text), name(NSColor::separator(palette)), name(NSColor::tint(palette)));
   }
   if (style == ButtonStyle::prominent) {
     return QStringLiteral(
-               "QPushButton { color: %1; background: %2; padding: 4px 12px; border: 2px solid transparent; "
+               "QPushButton { outline: none; color: %1; background: %2; padding: 4px 12px; border: 2px solid "
+               "transparent; "
                "border-radius: 6px } QPushButton:pressed { background: %3 } QPushButton:focus { border-color: %4 }"
                "QPushButton:disabled { color: %5; background: %6 }")
         .arg(name(text), name(NSColor::prominentFill()), name(NSColor::prominentFill().darker(120)),
              name(NSColor::label(palette)), name(NSColor::grayText(palette)), name(NSColor::separator(palette)));
   }
   return QStringLiteral(
-             "QPushButton { color: %1; background: %2; padding: 4px 12px; border: 1px solid %3; border-radius: 6px }"
+             "QPushButton { outline: none; color: %1; background: %2; padding: 4px 12px; border: 1px solid %3; "
+             "border-radius: 6px }"
              "QPushButton:hover, QPushButton:pressed { background: %3 } QPushButton:focus { border-color: %4 }"
              "QPushButton:disabled { color: %5 }")
       .arg(name(text), name(NSColor::quaternaryFill(palette)), name(NSColor::separator(palette)),

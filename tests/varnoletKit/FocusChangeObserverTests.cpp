@@ -142,6 +142,14 @@ TEST_F(FocusChangeObserverTest, WithNothingToProtectTheFirstActivationIsAccepted
                                  info("💨 Flushed 0 buffered keystroke(s) to Other")));
 }
 
+TEST_F(FocusChangeObserverTest, NothingIsStolenFromThisProgramsOwnWindows) {
+  observer_->updateBlessedApp(desktop_.launch({.bundleIdentifier = applicationIdentifier}));
+  typeHeldKey();
+  activate(other_);
+  EXPECT_EQ(desktop_.textIn(other_), "a");
+  EXPECT_EQ(delegate_->outcomes, std::vector<std::string>{"user 2"});
+}
+
 TEST_F(FocusChangeObserverTest, TheBlessedAppComingBackByItselfIsAcceptedAndNoTheft) {
   desktop_.setFrontmost(other_);
   typeHeldKey();
