@@ -12,6 +12,8 @@
 #include <string_view>
 #include <thread>
 
+#include "Shell.h"
+#include "Tour.h"
 #include "Windows.h"
 #include "tests/desktop/stage/Guard.h"
 #include "tests/desktop/stage/Typist.h"
@@ -25,15 +27,15 @@ constexpr std::string_view sentence = "Dear Ada, we meet on Monday at nine, and 
 constexpr std::string_view typedBeforeTheUpdater = "Dear Ada, we meet on Mo";
 constexpr std::chrono::milliseconds pace(40);
 constexpr std::string_view usage =
-    "usage: varnolet_demo [--program FILE] [--without] [--screenshot FILE.png]\n"
+    "usage: varnolet_demo [--program FILE] [--without] [--pictures FOLDER]\n"
     "  --program FILE     the program to show, instead of the one built beside this one\n"
     "  --without          show what happens without it\n"
-    "  --screenshot FILE  write what the desktop looks like at the end\n";
+    "  --pictures FOLDER  leave a picture of each thing that there is to see\n";
 
 struct Wishes {
   std::filesystem::path program = Guard::programUnderTest();
   bool isGuarded = true;
-  std::string screenshot;
+  std::filesystem::path pictures;
 };
 
 std::optional<Wishes> wishesFrom(int count, char** arguments) {
@@ -44,8 +46,8 @@ std::optional<Wishes> wishesFrom(int count, char** arguments) {
       wishes.isGuarded = false;
     } else if (argument == "--program" && i + 1 < count) {
       wishes.program = arguments[++i];
-    } else if (argument == "--screenshot" && i + 1 < count) {
-      wishes.screenshot = std::filesystem::absolute(arguments[++i]);
+    } else if (argument == "--pictures" && i + 1 < count) {
+      wishes.pictures = std::filesystem::absolute(arguments[++i]);
     } else {
       return std::nullopt;
     }
@@ -81,7 +83,11 @@ void printBlockedEvents(const VirtualDesktop& desktop) {
 }
 
 int show(const Wishes& wishes) {
-  const VirtualDesktop desktop(WindowManager::openbox, "940x560x24");
+  const VirtualDesktop desktop(WindowManager::openbox, "1000x640x24");
+  const demo::Shell shell(desktop);
+  const demo::Tour tour(desktop, wishes.program, wishes.pictures);
+  const bool takesPictures = wishes.isGuarded && !wishes.pictures.empty();
+  if (takesPictures) std::filesystem::create_directories(wishes.pictures);
   const auto editor = start(desktop, "editor");
   const auto window = editor->output().waitFor("window ");
   if (!window) throw std::runtime_error("the editor does not appear");
@@ -91,8 +97,14 @@ int show(const Wishes& wishes) {
 
   Typist typist(desktop.display());
   std::unique_ptr<ChildProcess> updater;
+  bool isFlashTaken = false;
   for (std::size_t i = 0; i < sentence.size(); ++i) {
     if (i == typedBeforeTheUpdater.size()) updater = start(desktop, "updater");
+    // The icon is orange for half a second; nobody types while the picture is taken.
+    if (takesPictures && !isFlashTaken && guard->log().countOf("Logged blocked event") > 0) {
+      isFlashTaken = true;
+      tour.take("theft.png");
+    }
     typist.write(sentence[i]);
     std::this_thread::sleep_for(pace);
   }
@@ -106,8 +118,11 @@ int show(const Wishes& wishes) {
   std::printf("the editor got:       %s\n", lastText(*editor).c_str());
   std::printf("the updater got:      the focus %s, %zu keys\n", tookFocus ? "for a moment" : "never", keysAstray);
   printBlockedEvents(desktop);
-  if (!wishes.screenshot.empty() && !desktop.run({"import", "-window", "root", wishes.screenshot})) {
-    std::fputs("no screenshot: is ImageMagick there?\n", stderr);
+  if (takesPictures) {
+    tour.take("restored.png");
+    tour.walkThroughWindows(typist);
+    demo::takeOnboarding(wishes.program, wishes.pictures);
+    std::printf("Pictures are in %s.\n", wishes.pictures.c_str());
   }
   const bool isWhole = hasArrived && keysAstray == 0 && tookFocus;
   std::puts(isWhole ? "The sentence arrived whole." : "The sentence did not arrive whole.");
