@@ -1,0 +1,220 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <QPointer>
+#include <memory>
+
+#include "Varnolet/AboutTab.h"
+#include "Varnolet/AppDelegate.h"
+#include "Varnolet/VarnoletApp.h"
+#include "Views.h"
+#include "platform/NSWorkspace.h"
+#include "platform/ui/NSColor.h"
+#include "varnoletKit/ApplicationIdentifier.h"
+
+namespace varnolet {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace platform;
+using platform::ui::NSApplication;
+using platform::ui::NSColor;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr char started[] = "FocusGuardEngine started (tap: true)";
+constexpr char stopped[] = "FocusGuardEngine stopped";
+
+class AppDelegateTest : public testing::Test {
+ protected:
+  void launch() { application_.delegate()->applicationDidFinishLaunching(); }
+  void launchAndGuard() {
+    launch();
+    advance(100ms);
+    desktop_.clearLog();
+  }
+  void advance(std::chrono::nanoseconds duration) {
+    desktop_.advance(duration);
+    settle(desktop_);
+  }
+  void announce(const char* notification) {
+    desktop_.announce(notification);
+    settle(desktop_);
+  }
+  QWidget& openPopover() {
+    if (!delegate().popover()->isShown()) application_.reopen();
+    return *delegate().popover();
+  }
+  void stealFocus() {
+    const auto editor = desktop_.launch({.localizedName = "Editor"});
+    const auto thief = desktop_.launch({.bundleIdentifier = "org.example.Thief", .localizedName = "Thief"});
+    delegate().focusGuardEngine()->state().setBlessedApp(editor);
+    desktop_.activate(editor);
+    settle(desktop_);
+    desktop_.activate(thief);
+    advance(200ms);
+  }
+  AppDelegate& delegate() { return app_.appDelegate(); }
+  QColor iconColor() { return delegate().statusItem()->button()->image()->color(); }
+  std::size_t starts() const { return desktop_.timesLogged(started); }
+  std::size_t stops() const { return desktop_.timesLogged(stopped); }
+
+  simulated::SimulatedDesktop desktop_;
+  NSApplication application_;
+  VarnoletApp app_{application_};
+};
+
+TEST_F(AppDelegateTest, LaunchMakesEverythingAndStartsTheEngineATenthOfASecondLater) {
+  EXPECT_EQ(delegate().focusGuardEngine(), nullptr);
+  launch();
+  ASSERT_NE(delegate().focusGuardEngine(), nullptr);
+  EXPECT_EQ(iconColor(), NSColor::systemGreen()) << "the state begins enabled";
+  advance(99ms);
+  EXPECT_EQ(starts(), 0U);
+  advance(1ms);
+  EXPECT_EQ(starts(), 1U);
+  EXPECT_EQ(delegate().onboardingWindow(), nullptr);
+  EXPECT_FALSE(delegate().updaterController()->isUpdaterStarted());
+  advance(2899ms);
+  EXPECT_FALSE(delegate().updaterController()->isUpdaterStarted());
+  advance(1ms);
+  EXPECT_TRUE(delegate().updaterController()->isUpdaterStarted());
+}
+
+TEST_F(AppDelegateTest, WithoutAPermissionItWelcomesAndStartsWhenTheUserIsDone) {
+  desktop_.grantInputMonitoring(false);
+  launch();
+  advance(100ms);
+  ASSERT_NE(delegate().onboardingWindow(), nullptr);
+  EXPECT_EQ(delegate().onboardingWindow()->windowTitle(), "Welcome to Varnolet");
+  EXPECT_GE(delegate().onboardingWindow()->height(), 440);
+  auto* begin = find(*delegate().onboardingWindow(), "Get Started");
+  EXPECT_FALSE(begin->isEnabled());
+  EXPECT_EQ(starts(), 0U);
+
+  desktop_.grantInputMonitoring();
+  NSNotificationCenter::defaultCenter().postNotification({ui::NSApplicationDidBecomeActiveNotification, {}});
+  settle(desktop_);
+  EXPECT_TRUE(begin->isEnabled());
+  EXPECT_EQ(starts(), 1U) << "becoming active is enough";
+  begin->click();
+  settle(desktop_);
+  EXPECT_FALSE(delegate().onboardingWindow()->isVisible());
+  EXPECT_EQ(starts(), 1U);
+}
+
+TEST_F(AppDelegateTest, TheSessionAndTheScreensStopAndStartTheEngine) {
+  launchAndGuard();
+  announce(NSWorkspaceSessionDidResignActiveNotification);
+  EXPECT_EQ(stops(), 1U);
+  announce(NSWorkspaceSessionDidBecomeActiveNotification);
+  EXPECT_EQ(starts(), 1U);
+  announce(NSWorkspaceScreensDidWakeNotification);
+  EXPECT_EQ(starts(), 1U) << "it runs";
+  announce(NSWorkspaceSessionDidResignActiveNotification);
+  desktop_.grantAccessibility(false);
+  announce(NSWorkspaceScreensDidWakeNotification);
+  EXPECT_EQ(starts(), 1U);
+  desktop_.grantAccessibility();
+  announce(NSWorkspaceScreensDidWakeNotification);
+  EXPECT_EQ(starts(), 2U);
+  EXPECT_EQ(delegate().onboardingWindow(), nullptr) << "only the launch welcomes";
+  application_.terminate();
+  EXPECT_EQ(stops(), 3U);
+}
+
+TEST_F(AppDelegateTest, APauseOutlastsAStopOfTheEngine) {
+  launchAndGuard();
+  delegate().pauseManager()->pauseIndefinitely();
+  announce(NSWorkspaceSessionDidResignActiveNotification);
+  announce(NSWorkspaceSessionDidBecomeActiveNotification);
+  EXPECT_FALSE(delegate().focusGuardState()->isEnabled());
+  delegate().pauseManager()->resume();
+  EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
+}
+
+TEST_F(AppDelegateTest, ABlockIsNotifiedAsTheSettingsSayAndAlwaysFlashes) {
+  launchAndGuard();
+  stealFocus();
+  EXPECT_THAT(desktop_.postedNotifications(), SizeIs(1));
+  EXPECT_EQ(desktop_.postedNotifications().at(0).content.title, "Varnolet blocked Thief");
+  EXPECT_EQ(iconColor(), NSColor::systemOrange());
+  advance(1s);
+  EXPECT_EQ(iconColor(), NSColor::systemGreen());
+
+  auto settings = delegate().settingsManager()->settings();
+  settings.notificationsEnabled = false;
+  delegate().settingsManager()->setSettings(settings);
+  stealFocus();
+  EXPECT_THAT(desktop_.postedNotifications(), SizeIs(1));
+  EXPECT_EQ(iconColor(), NSColor::systemOrange());
+}
+
+TEST_F(AppDelegateTest, BothButtonsOfTheMouseAndASecondStartToggleAFreshPopover) {
+  launchAndGuard();
+  auto* item = delegate().statusItem()->button();
+  EXPECT_FALSE(delegate().popover()->isShown());
+  item->click(ui::NSEventMaskLeftMouseUp);
+  EXPECT_TRUE(delegate().popover()->isShown());
+  EXPECT_GE(delegate().popover()->height(), 340);
+  const QPointer<QWidget> content = delegate().popover()->findChild<QLabel*>();
+  item->click(ui::NSEventMaskRightMouseUp);
+  EXPECT_FALSE(delegate().popover()->isShown());
+  application_.reopen();
+  EXPECT_TRUE(delegate().popover()->isShown());
+  EXPECT_TRUE(content.isNull()) << "an old view is shown";
+  ASSERT_NE(delegate().popover()->focusWidget(), nullptr);
+  EXPECT_EQ(delegate().popover()->focusWidget()->accessibleName(), "Pause focus protection for one hour");
+}
+
+TEST_F(AppDelegateTest, ThereIsOneSettingsWindowAtATimeButALogWindowForEachRequest) {
+  launchAndGuard();
+  click(openPopover(), "Open settings");
+  EXPECT_FALSE(delegate().popover()->isShown());
+  ASSERT_NE(delegate().settingsWindow(), nullptr);
+  const QPointer<QWidget> window = delegate().settingsWindow();
+  EXPECT_EQ(window->size(), QSize(560, 480));
+  click(openPopover(), "Open whitelist settings");
+  EXPECT_EQ(delegate().settingsWindow(), window) << "a second window of settings";
+  window->close();
+  click(openPopover(), "Open settings");
+  EXPECT_EQ(shownWindows("Varnolet Settings"), 1);
+  EXPECT_TRUE(window.isNull()) << "the closed window came back";
+
+  click(openPopover(), "View blocked events log");
+  click(openPopover(), "View blocked events log");
+  EXPECT_EQ(shownWindows("Blocked Events Log"), 2);
+}
+
+TEST_F(AppDelegateTest, LooksForUpdatesWhereTheDistributionHasThem) {
+  launchAndGuard();
+  NSNotificationCenter::defaultCenter().postNotification({checkForUpdatesNotification, {}});
+  EXPECT_THAT(desktop_.openedURLs(), ElementsAre("appstream://" + std::string(varnoletKit::applicationIdentifier)));
+  desktop_.refuseURLs();
+  NSNotificationCenter::defaultCenter().postNotification({checkForUpdatesNotification, {}});
+  ASSERT_NE(openDialog(), nullptr) << "nothing was said";
+  click(*openDialog(), "OK");
+  settle(desktop_);
+  EXPECT_EQ(openDialog(), nullptr);
+}
+
+TEST_F(AppDelegateTest, TellsOnceThatThereIsNoTray) {
+  launchAndGuard();
+  advance(9899ms);
+  EXPECT_THAT(desktop_.postedNotifications(), IsEmpty());
+  advance(1ms);
+  ASSERT_THAT(desktop_.postedNotifications(), SizeIs(1));
+  EXPECT_EQ(desktop_.postedNotifications().at(0).content.title, "Varnolet has no icon here");
+  advance(1h);
+  EXPECT_THAT(desktop_.postedNotifications(), SizeIs(1));
+}
+
+TEST_F(AppDelegateTest, TheSettingsSceneIsEmptyUntilThereAreSettings) {
+  EXPECT_EQ(SettingsSceneView().content(), nullptr);
+  launch();
+  EXPECT_NE(SettingsSceneView().content(), nullptr);
+}
+
+}  // namespace
+}  // namespace varnolet

@@ -1,0 +1,99 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "Varnolet/PopoverView.h"
+#include "Varnolet/RelativeTime.h"
+#include "Views.h"
+
+namespace varnolet {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+
+class PopoverViewTest : public testing::Test {
+ protected:
+  // The shown lines of the header and the status, and how a screen reader says them.
+  QStringList lines() const { return shownTexts(*view); }
+  QStringList spoken() const {
+    QStringList names;
+    for (const auto* label : view->findChildren<QLabel*>()) {
+      if (label->isVisibleTo(view.get())) names << label->accessibleName();
+    }
+    return names;
+  }
+
+  platform::simulated::SimulatedDesktop desktop;
+  std::shared_ptr<varnoletKit::FocusGuardState> state = std::make_shared<varnoletKit::FocusGuardState>();
+  std::shared_ptr<varnoletKit::SettingsManager> settings =
+      std::make_shared<varnoletKit::SettingsManager>(platform::UserDefaults::standard());
+  std::shared_ptr<PauseManager> pauseManager = PauseManager::create(state);
+  std::vector<std::string> called;
+  std::unique_ptr<PopoverView> view = std::make_unique<PopoverView>(
+      state, settings, pauseManager,
+      PopoverView::Callbacks{.onShowLog = [this] { called.emplace_back("log"); },
+                             .onShowSettings = [this] { called.emplace_back("settings"); },
+                             .onShowWhitelist = [this] { called.emplace_back("whitelist"); }});
+};
+
+TEST_F(PopoverViewTest, ShowsWhatThereIsAndFollowsIt) {
+  EXPECT_EQ(view->width(), 290);
+  EXPECT_THAT(lines(), ElementsAre("Varnolet — Active", "Blocked today: 0"));
+  state->setBlessedApp(desktop.launch({.localizedName = "<b>Editor</b>"}));
+  state->setLastBlockedApp("Chat");
+  state->setBlockedToday(2);
+  EXPECT_THAT(lines(), ElementsAre("Varnolet — Active", "Protecting: <b>Editor</b>", "Blocked today: 2"))
+      << "a block without a time is not shown";
+  state->setLastBlockedTime(platform::dateNow() - 125s);
+  EXPECT_EQ(lines().at(2), "Last blocked: Chat (2 min ago)");
+  EXPECT_THAT(spoken(), ElementsAre("Varnolet Active", "Currently protecting <b>Editor</b>",
+                                    "Last blocked Chat 2 min ago", "2 focus thefts blocked today"));
+  state->setBlessedApp(desktop.launch({}));
+  EXPECT_EQ(lines().at(1), "Last blocked: Chat (2 min ago)") << "an application without a name";
+  for (const auto* label : view->findChildren<QLabel*>()) EXPECT_EQ(label->textFormat(), Qt::PlainText);
+}
+
+TEST_F(PopoverViewTest, ThePauseSwapsItsButtonsAndItsWord) {
+  const auto shown = [this](const char* name) { return find(*view, name)->isVisibleTo(view.get()); };
+  EXPECT_FALSE(shown("Resume focus protection"));
+  click(*view, "Pause focus protection until manually re-enabled");
+  EXPECT_EQ(lines().first(), "Varnolet — Paused");
+  EXPECT_FALSE(shown("Pause focus protection for one hour"));
+  desktop.advance(2h);
+  EXPECT_EQ(lines().first(), "Varnolet — Paused");
+  click(*view, "Resume focus protection");
+  EXPECT_EQ(lines().first(), "Varnolet — Active");
+  click(*view, "Pause focus protection for one hour");
+  desktop.advance(1h - 1ms);
+  EXPECT_EQ(lines().first(), "Varnolet — Paused");
+  desktop.advance(1ms);
+  EXPECT_EQ(lines().first(), "Varnolet — Active");
+  state->setIsEnabled(false);
+  EXPECT_EQ(lines().first(), "Varnolet — Disabled");
+  EXPECT_TRUE(shown("Pause focus protection for one hour"));
+}
+
+TEST_F(PopoverViewTest, TheFooterCallsWhatItSays) {
+  for (const char* name : {"View blocked events log", "Open whitelist settings", "Open settings"}) click(*view, name);
+  EXPECT_THAT(called, ElementsAre("log", "whitelist", "settings"));
+}
+
+TEST(RelativeTime, ChangesItsWordsAtItsThresholds) {
+  const platform::Date then = platform::Date(1'000'000s);
+  const auto after = [then](std::chrono::milliseconds time) { return relativeTime(then, then + time); };
+  EXPECT_EQ(after(-1h), "just now");
+  EXPECT_EQ(after(59'999ms), "just now");
+  EXPECT_EQ(after(60s), "1 min ago");
+  EXPECT_EQ(after(119s), "1 min ago");
+  EXPECT_EQ(after(120s), "2 min ago");
+  EXPECT_EQ(after(3599s), "59 min ago");
+  EXPECT_EQ(after(3600s), "1 hr ago");
+  EXPECT_EQ(after(7199s), "1 hr ago");
+  EXPECT_EQ(after(7200s), "2 hrs ago");
+  EXPECT_EQ(after(72h), "72 hrs ago");
+}
+
+}  // namespace
+}  // namespace varnolet
