@@ -23,7 +23,7 @@ class InstalledApplicationsTest : public testing::Test {
   static void SetUpTestSuite() { desktopEntriesFolder(); }
 
   std::filesystem::path install(const std::string& file, const std::string& bytes) {
-    const auto path = desktopEntriesFolder() / file;
+    auto path = desktopEntriesFolder() / file;
     std::filesystem::create_directories(path.parent_path());
     fill(path, bytes);
     return path;

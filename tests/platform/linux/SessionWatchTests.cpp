@@ -40,7 +40,7 @@ class SessionWatchTest : public testing::Test {
                                 [this, word = word](const NSNotification&) { story.emplace_back(word); });
     }
   }
-  ~SessionWatchTest() override { QDBusConnection::disconnectFromBus("test-other"); }
+  void TearDown() override { QDBusConnection::disconnectFromBus("test-other"); }
 
   QDBusConnection otherClient() const {
     return QDBusConnection::connectToBus(QString::fromStdString(bus.address()), "test-other");
