@@ -48,14 +48,15 @@ void Label::wrapLines() {
 }
 
 QSize Label::sizeHint() const {
-  const QSize textSize = QLabel::sizeHint();
+  // As it is drawn: a line's end in the text begins no other line.
+  const QSize textSize = wordWrap() ? QLabel::sizeHint() : fontMetrics().size(Qt::TextSingleLine, text());
   return {textSize.width() + symbolSpace(), std::max(textSize.height(), symbolSide_)};
 }
 
 // Narrower than its text: it can be cut.
 QSize Label::minimumSizeHint() const {
-  const QSize least = QLabel::minimumSizeHint();
-  return wordWrap() ? least : QSize(symbolSpace() + fontMetrics().averageCharWidth() * 4, least.height());
+  if (wordWrap()) return QLabel::minimumSizeHint();
+  return {symbolSpace() + fontMetrics().averageCharWidth() * 4, sizeHint().height()};
 }
 
 int Label::symbolSpace() const {
