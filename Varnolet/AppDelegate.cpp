@@ -137,9 +137,11 @@ void AppDelegate::recheckPermissionsAndStartEngine() {
 
 void AppDelegate::startEngine() {
   if (!focusGuardEngine_) return;
+  const bool wasEnabled = focusGuardState_->isEnabled();
   focusGuardEngine_->start();
-  // A pause outlasts a stop of the engine, which switches the protection on when it starts again.
-  if (pauseManager_->isPaused()) focusGuardState_->setIsEnabled(false);
+  // A pause outlasts a stop of the engine, which switches the protection on when it starts again; but what the user
+  // has switched on during the pause stays on.
+  if (pauseManager_->isPaused() && !wasEnabled) focusGuardState_->setIsEnabled(false);
 }
 
 void AppDelegate::stopEngine() {
