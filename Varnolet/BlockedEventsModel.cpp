@@ -73,7 +73,10 @@ QString timestampText(platform::Date date, const QLocale& locale) {
   const QString shortDate = locale.dateFormat(QLocale::ShortFormat);
   const bool isDayFirst = shortDate.indexOf(u'd') < shortDate.indexOf(u'M') && shortDate.indexOf(u'y') != 0;
   QString time = locale.timeFormat(QLocale::ShortFormat);
-  if (!time.contains(QStringLiteral("ss"))) time.replace(QStringLiteral("mm"), QStringLiteral("mm:ss"));
+  if (!time.contains(QStringLiteral("ss"))) {
+    const bool hasPoints = time.contains(QStringLiteral(".mm"));
+    time.replace(QStringLiteral("mm"), hasPoints ? QStringLiteral("mm.ss") : QStringLiteral("mm:ss"));
+  }
   const QString format = (isDayFirst ? QStringLiteral("d MMM, ") : QStringLiteral("MMM d, ")) + time;
   return locale.toString(QDateTime::fromMSecsSinceEpoch(milliseconds.count()), format);
 }
