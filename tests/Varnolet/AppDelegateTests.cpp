@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QPointer>
+#include <QTest>
 #include <memory>
 
 #include "Varnolet/AboutTab.h"
@@ -9,6 +10,7 @@
 #include "Varnolet/VarnoletApp.h"
 #include "Views.h"
 #include "platform/NSWorkspace.h"
+#include "platform/UUID.h"
 #include "platform/ui/NSColor.h"
 #include "varnoletKit/ApplicationIdentifier.h"
 
@@ -45,6 +47,10 @@ class AppDelegateTest : public testing::Test {
   QWidget& openPopover() {
     if (!delegate().popover()->isShown()) application_.reopen();
     return *delegate().popover();
+  }
+  void becomeActive() {
+    NSNotificationCenter::defaultCenter().postNotification({ui::NSApplicationDidBecomeActiveNotification, {}});
+    settle(desktop_);
   }
   void stealFocus() {
     const auto editor = desktop_.launch({.localizedName = "Editor"});
@@ -94,14 +100,34 @@ TEST_F(AppDelegateTest, WithoutAPermissionItWelcomesAndStartsWhenTheUserIsDone) 
   EXPECT_EQ(starts(), 0U);
 
   desktop_.grantInputMonitoring();
-  NSNotificationCenter::defaultCenter().postNotification({ui::NSApplicationDidBecomeActiveNotification, {}});
-  settle(desktop_);
+  becomeActive();
   EXPECT_TRUE(begin->isEnabled());
   EXPECT_EQ(starts(), 1U) << "becoming active is enough";
+  announce(NSWorkspaceSessionDidResignActiveNotification);
   begin->click();
   settle(desktop_);
   EXPECT_FALSE(delegate().onboardingWindow()->isVisible());
+  EXPECT_EQ(starts(), 2U);
+}
+
+TEST_F(AppDelegateTest, ClosingTheWelcomeIsNotBeingDone) {
+  desktop_.grantAccessibility(false);
+  launch();
+  advance(100ms);
+  desktop_.grantAccessibility();
+  delegate().onboardingWindow()->close();
+  advance(1h);
+  EXPECT_EQ(starts(), 0U);
+  becomeActive();
   EXPECT_EQ(starts(), 1U);
+}
+
+TEST_F(AppDelegateTest, TheLaunchForgetsEventsThatAreTooOld) {
+  varnoletKit::SettingsManager(std::string(varnoletKit::applicationIdentifier)).save({.logRetentionDays = 7});
+  varnoletKit::EventLogManager log;
+  for (const auto age : {24h * 6, 24h * 9}) log.append({newUUID(), dateNow() - age, "t", "Thief", "e", "Editor", 0, 0});
+  launch();
+  EXPECT_EQ(log.loadEvents().size(), 1U);
 }
 
 TEST_F(AppDelegateTest, TheSessionAndTheScreensStopAndStartTheEngine) {
@@ -131,6 +157,17 @@ TEST_F(AppDelegateTest, APauseOutlastsAStopOfTheEngine) {
   announce(NSWorkspaceSessionDidBecomeActiveNotification);
   EXPECT_FALSE(delegate().focusGuardState()->isEnabled());
   delegate().pauseManager()->resume();
+  EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
+}
+
+TEST_F(AppDelegateTest, BecomingActiveLeavesARunningEngineAsTheUserSetIt) {
+  launchAndGuard();
+  delegate().focusGuardState()->setIsEnabled(false);
+  becomeActive();
+  EXPECT_FALSE(delegate().focusGuardState()->isEnabled());
+  delegate().pauseManager()->pauseIndefinitely();
+  delegate().focusGuardState()->setIsEnabled(true);  // with the switch of the settings
+  becomeActive();
   EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
 }
 
@@ -168,6 +205,24 @@ TEST_F(AppDelegateTest, BothButtonsOfTheMouseAndASecondStartToggleAFreshPopover)
   EXPECT_EQ(delegate().popover()->focusWidget()->accessibleName(), "Pause focus protection for one hour");
 }
 
+TEST_F(AppDelegateTest, AClickThatClosesThePopoverDoesNotOpenItAgain) {
+  launchAndGuard();
+  auto& popover = openPopover();
+  QTest::mousePress(&popover, Qt::LeftButton, {}, QPoint(-20, -20));
+  EXPECT_FALSE(popover.isVisible());
+  delegate().statusItem()->button()->click(ui::NSEventMaskLeftMouseUp);
+  EXPECT_FALSE(popover.isVisible());
+  openPopover();
+  QTest::keyClick(&popover, Qt::Key_Escape);
+  EXPECT_FALSE(popover.isVisible());
+}
+
+TEST_F(AppDelegateTest, QuittingFromThePopoverStopsTheEngine) {
+  launchAndGuard();
+  click(openPopover(), "Quit Varnolet");
+  EXPECT_EQ(stops(), 1U);
+}
+
 TEST_F(AppDelegateTest, ThereIsOneSettingsWindowAtATimeButALogWindowForEachRequest) {
   launchAndGuard();
   click(openPopover(), "Open settings");
@@ -185,6 +240,10 @@ TEST_F(AppDelegateTest, ThereIsOneSettingsWindowAtATimeButALogWindowForEachReque
   click(openPopover(), "View blocked events log");
   click(openPopover(), "View blocked events log");
   EXPECT_EQ(shownWindows("Blocked Events Log"), 2);
+  for (auto* widget : QApplication::topLevelWidgets()) {
+    if (widget->isVisible() && widget->windowTitle() == "Blocked Events Log") click(*widget, "Done");
+  }
+  EXPECT_EQ(shownWindows("Blocked Events Log"), 0);
 }
 
 TEST_F(AppDelegateTest, LooksForUpdatesWhereTheDistributionHasThem) {
@@ -214,6 +273,9 @@ TEST_F(AppDelegateTest, TheSettingsSceneIsEmptyUntilThereAreSettings) {
   EXPECT_EQ(SettingsSceneView().content(), nullptr);
   launch();
   EXPECT_NE(SettingsSceneView().content(), nullptr);
+  click(openPopover(), "View blocked events log");
+  for (int i = 0; i < 2; ++i) QTest::keyClick(QApplication::activeWindow(), Qt::Key_Comma, Qt::ControlModifier);
+  EXPECT_EQ(shownWindows("Varnolet Settings"), 1);
 }
 
 }  // namespace

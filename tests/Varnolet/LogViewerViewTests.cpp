@@ -4,11 +4,13 @@
 #include <QDateEdit>
 #include <QFile>
 #include <QFileDialog>
+#include <QHeaderView>
 #include <QLocale>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <filesystem>
 #include <memory>
+#include <tuple>
 
 #include "Varnolet/LogViewerView.h"
 #include "Views.h"
@@ -20,12 +22,14 @@ namespace {
 
 using namespace std::chrono_literals;
 using platform::Date;
+using testing::ElementsAre;
 using varnoletKit::EventLogManager;
 
 class LogViewerViewTest : public testing::Test {
  protected:
+  // The newest is called Thief 0 and stored last, as it happened last.
   void log(std::size_t count, std::chrono::nanoseconds age = 1h) {
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = count; i-- > 0;) {
       events->append({platform::newUUID(), platform::dateNow() - age - i * 1s, "org.example.Thief",
                       "Thief " + std::to_string(i), "org.example.Editor", "Editor", 3, 104});
     }
@@ -72,6 +76,19 @@ TEST_F(LogViewerViewTest, LoadsInTheBackgroundAndSaysSo) {
   EXPECT_TRUE(shows("1 event")) << "what comes later is not added";
 }
 
+TEST_F(LogViewerViewTest, ItsColumnsHaveTitlesAndRoom) {
+  openAndLoad();
+  QStringList titles;
+  for (int i = 0; i < table().columnCount(); ++i) titles << table().headerData(i, Qt::Horizontal).toString();
+  EXPECT_THAT(titles, ElementsAre("Time", "Thief App", "Protected App", "Keystrokes", "Latency"));
+  auto* header = view->findChild<QTableView*>()->horizontalHeader();
+  for (const auto& [column, ideal, least] : {std::tuple(0, 150, 120), std::tuple(3, 70, 50), std::tuple(4, 70, 50)}) {
+    EXPECT_GE(header->sectionSize(column), ideal);
+    header->resizeSection(column, 10);
+    EXPECT_EQ(header->sectionSize(column), least);
+  }
+}
+
 TEST_F(LogViewerViewTest, AViewThatIsClosedWhileItLoadsIsForgotten) {
   log(1);
   open();
@@ -89,10 +106,12 @@ TEST_F(LogViewerViewTest, ShowsTheNewestHundredAndSaysThatItCut) {
   openAndLoad();
   EXPECT_TRUE(shows("100 events"));
   EXPECT_TRUE(shows(notice));
-  log(50, 3h);
-  openAndLoad();
-  EXPECT_TRUE(shows("100 events"));
-  EXPECT_TRUE(shows(notice));
+  for (const std::size_t more : {1, 49}) {
+    log(more, 3h);
+    openAndLoad();
+    EXPECT_TRUE(shows("100 events"));
+    EXPECT_TRUE(shows(notice));
+  }
   EXPECT_EQ(cell(0, 1), "Thief 0");
   EXPECT_EQ(cell(98, 1), "Thief 98");
 }
@@ -164,9 +183,11 @@ TEST(TimestampText, FollowsTheLanguage) {
   const QDateTime afternoon(QDate(2026, 3, 2), QTime(16, 5, 6));
   const Date date(std::chrono::milliseconds(afternoon.toMSecsSinceEpoch()));
   EXPECT_EQ(timestampText(date, QLocale("en_US")).simplified(), "Mar 2, 4:05:06 PM");
-  EXPECT_TRUE(timestampText(date, QLocale("de_DE")).startsWith("2 "))
-      << timestampText(date, QLocale("de_DE")).toStdString();
-  EXPECT_TRUE(timestampText(date, QLocale("de_DE")).endsWith("16:05:06"));
+  for (const auto& [language, time] : {std::pair("de_DE", "16:05:06"), std::pair("fi_FI", "16.05.06")}) {
+    const QString text = timestampText(date, QLocale(language));
+    EXPECT_TRUE(text.startsWith("2 ")) << text.toStdString();
+    EXPECT_TRUE(text.endsWith(time)) << text.toStdString();
+  }
 }
 
 }  // namespace

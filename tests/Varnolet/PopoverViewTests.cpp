@@ -2,15 +2,18 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <utility>
 
 #include "Varnolet/PopoverView.h"
 #include "Varnolet/RelativeTime.h"
 #include "Views.h"
+#include "platform/ui/NSColor.h"
 
 namespace varnolet {
 namespace {
 
 using namespace std::chrono_literals;
+using platform::ui::NSColor;
 using testing::ElementsAre;
 
 class PopoverViewTest : public testing::Test {
@@ -73,6 +76,35 @@ TEST_F(PopoverViewTest, ThePauseSwapsItsButtonsAndItsWord) {
   state->setIsEnabled(false);
   EXPECT_EQ(lines().first(), "Varnolet — Disabled");
   EXPECT_TRUE(shown("Pause focus protection for one hour"));
+}
+
+TEST_F(PopoverViewTest, TheHeaderIsGreenWhileItProtectsAndElseGrey) {
+  auto& header = *view->findChild<QLabel*>();
+  const auto isGreen = [&] { return draws(header, NSColor::greenText(view->palette())); };
+  const auto isGray = [&] { return draws(header, NSColor::grayText(view->palette())); };
+  EXPECT_TRUE(isGreen() && !isGray());
+  pauseManager->pauseIndefinitely();
+  state->setIsEnabled(true);
+  EXPECT_TRUE(isGray() && !isGreen());
+  pauseManager->resume();
+  EXPECT_TRUE(isGreen());
+  state->setIsEnabled(false);
+  EXPECT_TRUE(isGray() && !isGreen());
+}
+
+// Whoever names an application decides neither how large the popover is nor how it looks.
+TEST_F(PopoverViewTest, AnyNameFitsInItsLine) {
+  state->setLastBlockedTime(platform::dateNow());
+  state->setLastBlockedApp("Chat");
+  view->adjustSize();
+  const QSize size = view->size();
+  for (const auto& name :
+       {std::string(5000, 'W'), "Chat" + std::string(300, '\n'), std::string("\u202EtahC<br><br>")}) {
+    state->setLastBlockedApp(name);
+    view->adjustSize();
+    EXPECT_EQ(std::pair(view->width(), view->height()), std::pair(size.width(), size.height())) << name.substr(0, 9);
+    EXPECT_EQ(lines().at(1), QString::fromStdString("Last blocked: " + name + " (just now)"));
+  }
 }
 
 TEST_F(PopoverViewTest, TheFooterCallsWhatItSays) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QFileDialog>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QSlider>
@@ -9,6 +10,7 @@
 
 #include "Varnolet/AboutTab.h"
 #include "Varnolet/SettingsView.h"
+#include "Varnolet/WhitelistRow.h"
 #include "Views.h"
 #include "platform/NSNotificationCenter.h"
 
@@ -69,8 +71,10 @@ TEST_F(SettingsViewTest, SwitchesStoreAtOnceAndFollowTheSettings) {
   store(UserSettings{});
   EXPECT_TRUE(find(tab(0), "Show Notifications")->isChecked());
 
+  const auto before = stored();
   click(tab(0), "Enable Protection");
   EXPECT_FALSE(state->isEnabled());
+  EXPECT_EQ(stored(), before) << "the protection is no setting";
   state->setIsEnabled(true);
   EXPECT_TRUE(find(tab(0), "Enable Protection")->isChecked());
 }
@@ -119,6 +123,8 @@ TEST_F(SettingsViewTest, TheWhitelistNamesWhatIsInstalledAndListsAllInOrder) {
   EXPECT_THAT(rows(Qt::DisplayRole), ElementsAre("org.example.Absent", "<i>Notes</i>"));
   EXPECT_THAT(rows(Qt::AccessibleTextRole),
               ElementsAre("Whitelisted app: org.example.Absent", "Whitelisted app: <i>Notes</i>"));
+  EXPECT_THAT(rows(WhitelistRow::bundleIDRole), ElementsAre("org.example.Absent", "org.example.Notes"));
+  EXPECT_THAT(rows(WhitelistRow::hasNameRole), ElementsAre("false", "true"));
   settings->addToWhitelist("org.example.First");
   EXPECT_EQ(whitelist().count(), 3) << "added while it is shown";
 }
@@ -194,6 +200,16 @@ TEST_F(SettingsViewTest, AboutTellsTheVersionAndAsksForUpdates) {
       [&asked](const platform::NSNotification&) { ++asked; });
   click(tab(3), "Check for Updates");
   EXPECT_EQ(asked, 1);
+}
+
+TEST_F(SettingsViewTest, TheLogIsExportedAsItIs) {
+  open();
+  click(tab(2), "Export Log");
+  auto* panel = openDialog<QFileDialog>();
+  ASSERT_NE(panel, nullptr);
+  EXPECT_EQ(panel->windowTitle(), "Export Blocked Events Log");
+  EXPECT_TRUE(panel->selectedFiles().first().endsWith("/blocked-events.json"));
+  panel->reject();
 }
 
 TEST_F(SettingsViewTest, TheLogOpensInASheetThatDoneCloses) {

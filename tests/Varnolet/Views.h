@@ -6,7 +6,9 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDialog>
+#include <QImage>
 #include <QLabel>
+#include <QPixmap>
 #include <QString>
 #include <QStringList>
 #include <chrono>
@@ -49,6 +51,17 @@ inline QStringList shownTexts(const QWidget& view) {
     if (label->isVisibleTo(&view)) texts << label->text();
   }
   return texts;
+}
+
+// Whether anything of the view is drawn in just that colour.
+inline bool draws(QWidget& view, const QColor& color) {
+  const QImage picture = view.grab().toImage();
+  for (int y = 0; y < picture.height(); ++y) {
+    for (int x = 0; x < picture.width(); ++x) {
+      if (picture.pixel(x, y) == color.rgb()) return true;
+    }
+  }
+  return false;
 }
 
 // The dialog that is open over the program's windows; null if there is none.

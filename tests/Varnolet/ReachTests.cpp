@@ -1,0 +1,116 @@
+// Everything can be reached and told without eyes and without a mouse.
+#include <gtest/gtest.h>
+
+#include <QAccessible>
+#include <QSlider>
+#include <QTabWidget>
+#include <QTest>
+#include <memory>
+#include <vector>
+
+#include "Varnolet/LogViewerView.h"
+#include "Varnolet/OnboardingView.h"
+#include "Varnolet/PopoverView.h"
+#include "Varnolet/SettingsView.h"
+#include "Views.h"
+#include "platform/ui/NSAlert.h"
+#include "platform/ui/NSOpenPanel.h"
+
+namespace varnolet {
+namespace {
+
+class ReachTest : public testing::Test {
+ protected:
+  // The controls of the view that the Tab key stops at.
+  static std::vector<QWidget*> tabStops(const QWidget& view) {
+    std::vector<QWidget*> stops;
+    for (auto* control : view.findChildren<QWidget*>()) {
+      if ((control->focusPolicy() & Qt::TabFocus) != 0 && !control->focusProxy()) stops.push_back(control);
+    }
+    return stops;
+  }
+  static void expectNames(const QWidget& view, std::size_t least) {
+    const auto stops = tabStops(view);
+    EXPECT_GE(stops.size(), least);
+    for (auto* control : stops) {
+      auto* accessible = QAccessible::queryAccessibleInterface(control);
+      ASSERT_NE(accessible, nullptr);
+      // A bar of tabs is told by its tabs.
+      if (accessible->role() == QAccessible::PageTabList) accessible = accessible->child(0);
+      EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty()) << control->metaObject()->className();
+    }
+  }
+
+  platform::simulated::SimulatedDesktop desktop;
+  std::shared_ptr<varnoletKit::SettingsManager> settings =
+      std::make_shared<varnoletKit::SettingsManager>(platform::UserDefaults::standard());
+  std::shared_ptr<varnoletKit::FocusGuardState> state = std::make_shared<varnoletKit::FocusGuardState>();
+  std::shared_ptr<PauseManager> pauseManager = PauseManager::create(state);
+  std::shared_ptr<varnoletKit::EventLogManager> events = std::make_shared<varnoletKit::EventLogManager>();
+};
+
+TEST_F(ReachTest, WhateverTakesTheKeysHasAName) {
+  expectNames(OnboardingView(std::make_shared<varnoletKit::PermissionsManager>(), [] {}), 3);
+  expectNames(PopoverView(state, settings, pauseManager, {}), 7);
+  expectNames(SettingsView(settings, state, events), 15);
+  LogViewerView log(events);
+  expectNames(log, 6);
+  platform::ui::NSOpenPanel panel;
+  panel.allowedContentTypes = {platform::ui::UTType::application};
+  panel.beginSheetModalForWindow(&log, [](const auto&) {});
+  expectNames(*openDialog(), 3);
+}
+
+TEST_F(ReachTest, TheKeysOperateTheSettings) {
+  SettingsView view(settings, state, events);
+  view.show();
+  auto* login = find(view, "Launch at Login");
+  QTest::keyClick(login, Qt::Key_Space);
+  EXPECT_TRUE(settings->settings().launchAtLogin);
+  view.findChild<QTabWidget*>()->setCurrentIndex(2);
+  auto* slider = find<QSlider>(view, "Buffer timeout");
+  const auto before = settings->settings().bufferTimeoutMs;
+  QTest::keyClick(slider, Qt::Key_Right);
+  EXPECT_EQ(settings->settings().bufferTimeoutMs, before + 50);
+  QTest::keyClick(slider, Qt::Key_PageDown);
+  EXPECT_EQ(settings->settings().bufferTimeoutMs, before - 50);
+  QTest::keyClick(slider, Qt::Key_Home);
+  EXPECT_EQ(settings->settings().bufferTimeoutMs, 200);
+}
+
+TEST_F(ReachTest, TheKeysOperateThePopoverAndKeepTheirPlaceWhenItsButtonsChange) {
+  PopoverView view(state, settings, pauseManager, {});
+  view.show();
+  view.activateWindow();
+  settle(desktop);
+  auto* pause = find(view, "Pause focus protection until manually re-enabled");
+  auto* resume = find(view, "Resume focus protection");
+  pause->setFocus();
+  QTest::keyClick(pause, Qt::Key_Return);
+  EXPECT_TRUE(pauseManager->isPaused());
+  EXPECT_EQ(view.focusWidget(), resume);
+  QTest::keyClick(resume, Qt::Key_Space);
+  EXPECT_FALSE(pauseManager->isPaused());
+  EXPECT_EQ(view.focusWidget(), find(view, "Pause focus protection for one hour"));
+}
+
+// A key too many does no harm.
+TEST_F(ReachTest, ReturnAndEscapeNeverDestroy) {
+  LogViewerView view(events);
+  view.show();
+  for (const auto key : {Qt::Key_Return, Qt::Key_Escape}) {
+    bool isDone = false;
+    platform::ui::NSAlert alert;
+    alert.addButton("Clear", platform::ui::ButtonRole::destructive, [&isDone] { isDone = true; });
+    alert.addButton("Cancel", platform::ui::ButtonRole::cancel);
+    alert.beginSheetModalForWindow(&view);
+    ASSERT_NE(openDialog(), nullptr);
+    QTest::keyClick(openDialog(), key);
+    settle(desktop);
+    EXPECT_EQ(openDialog(), nullptr);
+    EXPECT_FALSE(isDone);
+  }
+}
+
+}  // namespace
+}  // namespace varnolet
