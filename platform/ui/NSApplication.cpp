@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/NSNotificationCenter.h"
+#include "platform/ui/AccessiblePopups.h"
 
 namespace platform::ui {
 namespace {
@@ -26,6 +27,7 @@ NSApplication::NSApplication() {
   shared = this;
   // Without windows it lives on in the tray.
   QApplication::setQuitOnLastWindowClosed(false);
+  showPopupsToAssistivePrograms();
   connect(qApp, &QGuiApplication::applicationStateChanged, this, [](Qt::ApplicationState state) {
     if (state != Qt::ApplicationActive) return;
     NSNotificationCenter::defaultCenter().postNotification({NSApplicationDidBecomeActiveNotification, {}});

@@ -55,6 +55,12 @@ TrayPresence::~TrayPresence() {
 }
 
 void TrayPresence::askForHost() {
+  if (!bus_.isConnected()) {
+    // A question to no bus is never answered, not even with an error.
+    QMetaObject::invokeMethod(
+        this, [this] { hostAnswered(false); }, Qt::QueuedConnection);
+    return;
+  }
   auto question = QDBusMessage::createMethodCall(
       watcherService, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
   question << QString(watcherService) << QStringLiteral("IsStatusNotifierHostRegistered");
