@@ -8,9 +8,10 @@
 namespace stage {
 namespace {
 
-ChildProcess::Options talkative(const VirtualDesktop& desktop) {
+ChildProcess::Options talkative(const VirtualDesktop& desktop, const Environment& besides) {
   ChildProcess::Options options;
-  options.environment = desktop.environment();
+  options.environment = besides;
+  options.environment.insert(desktop.environment().begin(), desktop.environment().end());
   options.environment["QT_LOGGING_RULES"] = "*.info=true;qt.*.info=false";
   options.readErrors = true;
   return options;
@@ -18,8 +19,8 @@ ChildProcess::Options talkative(const VirtualDesktop& desktop) {
 
 }  // namespace
 
-Guard::Guard(const VirtualDesktop& desktop, const std::filesystem::path& program)
-    : process_({program.string()}, talkative(desktop)) {
+Guard::Guard(const VirtualDesktop& desktop, const std::filesystem::path& program, const Environment& besides)
+    : process_({program.string()}, talkative(desktop, besides)) {
   if (!log().waitFor("FocusGuardEngine started")) {
     throw std::runtime_error("the program under test does not guard:\n" + log().text());
   }

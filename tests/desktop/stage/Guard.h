@@ -15,7 +15,9 @@ namespace stage {
 // another program to put in its place; that one says "FocusGuardEngine started" on standard error when it guards.
 class Guard {
  public:
-  explicit Guard(const VirtualDesktop& desktop, const std::filesystem::path& program = programUnderTest());
+  // `besides`: variables of its environment that are not those of the desktop.
+  explicit Guard(const VirtualDesktop& desktop, const std::filesystem::path& program = programUnderTest(),
+                 const Environment& besides = {});
 
   static std::filesystem::path programUnderTest();
 

@@ -1,0 +1,35 @@
+// The desktop's panel: a strip at the bottom of the screen with nothing but a tray.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "tests/desktop/stage/Pointer.h"
+#include "tests/desktop/stage/VirtualDesktop.h"
+
+namespace stage {
+
+class Panel {
+ public:
+  // What the tray shows of the program under test.
+  enum class Icon { none, green, gray, orange };
+
+  // Returns when there is a tray; throws std::runtime_error if none comes. It goes away with this object.
+  explicit Panel(const VirtualDesktop& desktop);
+
+  Icon icon() const;
+  // Throws std::runtime_error if there is no icon.
+  void clickIcon() const;
+
+ private:
+  struct Sight {
+    Icon icon = Icon::none;
+    Point place;
+  };
+  Sight look() const;
+
+  const XConnection connection_;
+  std::unique_ptr<ChildProcess> process_;
+};
+
+}  // namespace stage
