@@ -106,7 +106,7 @@ TEST_F(LogViewerViewTest, ShowsTheNewestHundredAndSaysThatItCut) {
   openAndLoad();
   EXPECT_TRUE(shows("100 events"));
   EXPECT_TRUE(shows(notice));
-  for (const std::size_t more : {1, 49}) {
+  for (const std::size_t more : {1U, 49U}) {
     log(more, 3h);
     openAndLoad();
     EXPECT_TRUE(shows("100 events"));
