@@ -19,7 +19,7 @@ class Reach : public testing::Test {
     ASSERT_FALSE(stops.empty()) << where << ": nothing has the keyboard";
     const auto first = std::ranges::find(expected, stops.front());
     ASSERT_NE(first, expected.end()) << where << " begins at '" << stops.front() << '\'';
-    std::ranges::rotate(expected, first);
+    std::rotate(expected.begin(), first, expected.end());
     EXPECT_EQ(stops, expected) << where;
   }
 

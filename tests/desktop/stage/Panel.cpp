@@ -1,6 +1,7 @@
 #include "tests/desktop/stage/Panel.h"
 
 #include <array>
+#include <cstddef>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
@@ -67,7 +68,7 @@ Panel::Sight Panel::look() const {
     for (int y = 0; y < height; ++y) {
       for (int x = 0; x < width; ++x) {
         std::uint32_t pixel = 0;
-        std::memcpy(&pixel, xcb_get_image_data(image.get()) + (y * width + x) * 4, sizeof pixel);
+        std::memcpy(&pixel, xcb_get_image_data(image.get()) + std::ptrdiff_t{4} * (y * width + x), sizeof pixel);
         if ((pixel & 0xffffff) != colour) continue;
         ++count;
         sumX += x;
