@@ -2,6 +2,7 @@
 #include <signal.h>
 #include <sys/mount.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <ctime>
@@ -16,6 +17,21 @@ namespace {
 using namespace stage;
 using std::filesystem::path;
 
+// Without a screen reader: a window of its size that no window manager knows of.
+bool isPopoverShown(const XConnection& connection) {
+  constexpr std::uint16_t leastSide = 280;
+  const auto tree = answer(connection, xcb_query_tree_reply, xcb_query_tree(connection, connection.root()));
+  if (!tree) return false;
+  const auto* windows = xcb_query_tree_children(tree.get());
+  return std::any_of(windows, windows + xcb_query_tree_children_length(tree.get()), [&](xcb_window_t window) {
+    const auto looks =
+        answer(connection, xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window));
+    const auto size = answer(connection, xcb_get_geometry_reply, xcb_get_geometry(connection, window));
+    return looks && size && looks->override_redirect != 0 && looks->map_state == XCB_MAP_STATE_VIEWABLE &&
+           size->width >= leastSide && size->height >= leastSide;
+  });
+}
+
 class PoorDesktop : public testing::Test {
  protected:
   ApplicationScene scene;
@@ -29,9 +45,7 @@ TEST_F(PoorDesktop, WithoutASessionBusIsGuardedAndHasAnIcon) {
     scene.expectWordSurvives(Theft::byRequest, address);
     scene.expectIcon(Panel::Icon::green, address);
     scene.panel->clickIcon();
-    ASSERT_TRUE(eventually([&] { return !scene.canGrabKeyboard(); })) << address << ": no popover has the keyboard";
-    scene.typist.tap(keyReturn);  // on its first button
-    scene.expectIcon(Panel::Icon::gray, address);
+    EXPECT_TRUE(eventually([&] { return isPopoverShown(scene.desktop.connection()); })) << address;
     EXPECT_EQ(scene.guard->stop(), orderly) << address;
     scene.expectKeyboardIsFree(address);
   }
