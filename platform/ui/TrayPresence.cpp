@@ -57,8 +57,7 @@ TrayPresence::~TrayPresence() {
 void TrayPresence::askForHost() {
   if (!bus_.isConnected()) {
     // A question to no bus is never answered, not even with an error.
-    QMetaObject::invokeMethod(
-        this, [this] { hostAnswered(false); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, "thereIsNoBus", Qt::QueuedConnection);
     return;
   }
   auto question = QDBusMessage::createMethodCall(

@@ -30,6 +30,7 @@ class TrayPresence : public QObject, public QAbstractNativeEventFilter {
 
  private:
   Q_SLOT void askForHost();
+  Q_SLOT void thereIsNoBus() { hostAnswered(false); }
 
   void hostAnswered(bool isThere);
   void watchEmbeddingTray();
