@@ -274,8 +274,18 @@ TEST_F(AppDelegateTest, TheSettingsSceneIsEmptyUntilThereAreSettings) {
   launch();
   EXPECT_NE(SettingsSceneView().content(), nullptr);
   click(openPopover(), "View blocked events log");
-  for (int i = 0; i < 2; ++i) QTest::keyClick(QApplication::activeWindow(), Qt::Key_Comma, Qt::ControlModifier);
+  const auto pressWithControl = [this](Qt::Key key) {
+    settle(desktop_);
+    QTest::keyClick(QApplication::activeWindow(), key, Qt::ControlModifier);
+    settle(desktop_);
+  };
+  pressWithControl(Qt::Key_Comma);
+  const QPointer<QWidget> scene = QApplication::activeWindow();
+  pressWithControl(Qt::Key_Comma);
   EXPECT_EQ(shownWindows("Varnolet Settings"), 1);
+  ASSERT_FALSE(scene.isNull()) << "it was made anew";
+  pressWithControl(Qt::Key_W);
+  EXPECT_FALSE(scene->isVisible());
 }
 
 }  // namespace

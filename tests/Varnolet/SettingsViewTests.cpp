@@ -102,7 +102,10 @@ TEST_F(SettingsViewTest, SlidersMoveInStepsAndStoreWholeNumbers) {
   retention->triggerAction(QAbstractSlider::SliderSingleStepAdd);
   EXPECT_EQ(stored().logRetentionDays, 31);
   EXPECT_EQ(retention->accessibleDescription(), "31 days");
-  EXPECT_EQ(std::pair(retention->minimum(), retention->maximum()), std::pair(7, 90));
+  for (const auto* slider : advanced.findChildren<QSlider*>()) {
+    const auto range = slider == retention ? std::pair(7, 90) : std::pair(200, 1000);
+    EXPECT_EQ(std::pair(slider->minimum(), slider->maximum()), range);
+  }
 }
 
 TEST_F(SettingsViewTest, AStoredNumberOutOfRangeStaysUntilItIsMoved) {
@@ -136,8 +139,10 @@ TEST_F(SettingsViewTest, RemovingTakesTheSelectedAppOnly) {
   EXPECT_FALSE(removeButton->isEnabled());
   whitelist().setCurrentRow(1);
   EXPECT_TRUE(removeButton->isEnabled());
+  settings->addToWhitelist("Earlier");
+  EXPECT_TRUE(removeButton->isEnabled());
   removeButton->click();
-  EXPECT_THAT(stored().whitelist, ElementsAre("a"));
+  EXPECT_THAT(stored().whitelist, ElementsAre("Earlier", "a"));
   EXPECT_FALSE(removeButton->isEnabled());
   EXPECT_THAT(whitelist().selectedItems(), IsEmpty());
 }
