@@ -269,7 +269,7 @@ TEST_F(AppDelegateTest, TellsOnceThatThereIsNoTray) {
   EXPECT_THAT(desktop_.postedNotifications(), SizeIs(1));
 }
 
-TEST_F(AppDelegateTest, TheSettingsSceneIsEmptyUntilThereAreSettings) {
+TEST_F(AppDelegateTest, TheSettingsSceneNeedsSettingsAndAnswersToItsKeys) {
   EXPECT_EQ(SettingsSceneView().content(), nullptr);
   launch();
   EXPECT_NE(SettingsSceneView().content(), nullptr);
