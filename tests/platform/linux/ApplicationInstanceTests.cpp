@@ -22,7 +22,7 @@ class ApplicationInstanceTest : public testing::Test {
   std::unique_ptr<stage::ChildProcess> start(const std::string& busAddress) const {
     stage::ChildProcess::Options options;
     options.environment = stage::bareEnvironment();
-    options.environment["DBUS_FATAL_WARNINGS"] = "0";
+    options.environment.emplace("DBUS_FATAL_WARNINGS", "0");
     if (!busAddress.empty()) options.environment["DBUS_SESSION_BUS_ADDRESS"] = busAddress;
     options.readOutput = true;
     return std::make_unique<stage::ChildProcess>(std::vector<std::string>{VARNOLET_INSTANCE_CLIENT}, options);
