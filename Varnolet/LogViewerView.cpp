@@ -167,7 +167,7 @@ void LogViewerView::loadEvents() {
                             [manager = eventLogManager_, view = QPointer<LogViewerView>(this)] {
                               auto events = std::make_shared<std::vector<BlockedEvent>>(manager->loadEvents());
                               platform::runOnMainThread([events, view] {
-                                if (!view) return;
+                                if (!view || !view->isLoading_) return;  // the log was cleared meanwhile
                                 view->events_ = std::move(*events);
                                 view->isLoading_ = false;
                                 view->applyFilter();
@@ -209,6 +209,7 @@ void LogViewerView::confirmClear() {
 
 void LogViewerView::clear() {
   eventLogManager_->clearEvents();
+  isLoading_ = false;
   events_.clear();
   applyFilter();
 }

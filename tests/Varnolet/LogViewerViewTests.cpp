@@ -149,6 +149,16 @@ TEST_F(LogViewerViewTest, ClearingAsksFirst) {
   EXPECT_TRUE(shows("0 events"));
 }
 
+TEST_F(LogViewerViewTest, WhatIsClearedWhileItLoadsStaysAway) {
+  log(2);
+  open();
+  click(*view, "Clear Log");
+  click(*openDialog(), "Clear");
+  settle(desktop);
+  EXPECT_TRUE(shows("0 events"));
+  EXPECT_EQ(table().rowCount(), 0);
+}
+
 TEST_F(LogViewerViewTest, ExportsTheWholeLogToAPlaceWhereThereIsNothingYet) {
   log(150, 24h * 30);
   openAndLoad();
