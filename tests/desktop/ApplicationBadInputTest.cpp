@@ -115,7 +115,7 @@ TEST_F(PoorDesktop, WithAReadOnlyHomeIsGuardedAndKeepsSettingsUntilTheEnd) {
     EXPECT_EQ(sound.is(AccessibleState::checked), i == 0);
     scene.reader.press(sound);
     EXPECT_TRUE(eventually([&] { return scene.await("Notification Sound").is(AccessibleState::checked) == (i != 0); }));
-    scene.tapWithControl(keyW);
+    scene.typist.tapWithControl(keyW);
     ASSERT_TRUE(eventually([&] { return !scene.shows("Notification Sound"); }));
   }
   EXPECT_EQ(scene.guard->stop(), orderly);
@@ -150,7 +150,7 @@ TEST_F(PoorDesktop, WithALogOfTenThousandEventsShowsTheLatestAndGoesOnMeanwhile)
   EXPECT_EQ(scene.reader.rowsOf(table), 100);
   scene.await("100 events");
   scene.await("Showing most recent 100 events");
-  scene.tapWithControl(keyW);
+  scene.typist.tapWithControl(keyW);
   ASSERT_TRUE(eventually([&] { return scene.editor.isFocused(); }));
   scene.expectWordSurvives(Theft::byRequest, "after a look at the log");
 }

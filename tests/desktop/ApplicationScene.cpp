@@ -23,18 +23,7 @@ void ApplicationScene::begin(Environment besides) {
 }
 
 void ApplicationScene::beginNotifications() {
-  // Before anybody asks for one: the bus would start what is installed here, which may be another.
-  notificationService =
-      std::make_unique<ChildProcess>(std::vector<std::string>{"/usr/lib/notification-daemon/notification-daemon"},
-                                     ChildProcess::Options{desktop.environment()});
-  const std::vector<std::string> hasOwner{"dbus-send",
-                                          "--session",
-                                          "--print-reply",
-                                          "--dest=org.freedesktop.DBus",
-                                          "/org/freedesktop/DBus",
-                                          "org.freedesktop.DBus.GetNameOwner",
-                                          "string:org.freedesktop.Notifications"};
-  if (!eventually([&] { return desktop.run(hasOwner); })) throw std::runtime_error("no notification service");
+  notificationService = startNotificationService(desktop);
 }
 
 std::optional<Ending> ApplicationScene::startAgain() const {
@@ -99,12 +88,6 @@ std::vector<std::string> ApplicationScene::tabStops() {
     last = std::exchange(present, tab());
   } while (present && present->path != first->path && names.size() < mostTabStops);
   return names;
-}
-
-void ApplicationScene::tapWithControl(KeyCode key) {
-  typist.press(keyLeftControl);
-  typist.tap(key);
-  typist.release(keyLeftControl);
 }
 
 void ApplicationScene::expectIcon(Panel::Icon icon, const std::string& when) const {

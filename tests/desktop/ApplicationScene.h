@@ -6,18 +6,11 @@
 #include <vector>
 
 #include "Scene.h"
+#include "tests/desktop/stage/NotificationService.h"
 #include "tests/desktop/stage/Panel.h"
 #include "tests/desktop/stage/ScreenReader.h"
 
 namespace stage {
-
-inline constexpr KeyCode keyEscape = 9;
-inline constexpr KeyCode keyTab = 23;
-inline constexpr KeyCode keyW = 25;
-inline constexpr KeyCode keyReturn = 36;
-inline constexpr KeyCode keySpace = 65;
-inline constexpr KeyCode keyRight = 114;
-inline constexpr KeyCode keyLeftSuper = 133;
 
 inline constexpr Ending orderly{0, std::nullopt};
 
@@ -46,7 +39,6 @@ struct ApplicationScene : Scene {
   void tabTo(const std::string& name);
   // The names of all controls that Tab comes to, from the present one round to it again.
   std::vector<std::string> tabStops();
-  void tapWithControl(KeyCode key);
 
   void expectIcon(Panel::Icon icon, const std::string& when) const;
   // The thief takes the focus, keeps it, and is given what is typed.

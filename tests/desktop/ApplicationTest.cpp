@@ -103,7 +103,7 @@ TEST_F(Application, ShowsTheTheftInTheLogByKeyboardAlone) {
   EXPECT_EQ(scene.reader.rowsOf(table), 1);
   for (const char* cell : {"Time", "Thief App", "Protected App", "Keystrokes", "Latency"}) scene.await(cell);
   for (const char* cell : {"stage-thief", "stage-editor"}) EXPECT_EQ(scene.await(cell).role, "cell") << cell;
-  scene.tapWithControl(keyW);
+  scene.typist.tapWithControl(keyW);
   EXPECT_TRUE(eventually([&] { return !scene.shows("Blocked events table"); })) << "the window stays";
 }
 
@@ -111,7 +111,7 @@ TEST_F(Application, KeepsItsSettings) {
   const auto sound = [&] { return scene.await("Notification Sound").is(AccessibleState::checked); };
   const auto retention = [&] { return scene.await("Log retention period").description; };
   const auto showAdvanced = [&] {
-    for (int i = 0; i < 2; ++i) scene.tapWithControl(keyTab);
+    for (int i = 0; i < 2; ++i) scene.typist.tapWithControl(keyTab);
   };
   scene.begin();
   scene.choose("Open settings");

@@ -52,17 +52,17 @@ TEST_F(Reach, TheSettings) {
   expectShown({"General", "Whitelist", "Advanced", "About", "Startup", "Protection"}, "General");
   expectTabStops({"General", "Launch at Login", "Enable Protection", "Show Notifications", "Notification Sound"},
                  "General");
-  scene.tapWithControl(keyTab);
+  scene.typist.tapWithControl(keyTab);
   scene.await("Whitelisted apps");
   expectTabStops({"Whitelist", "Whitelisted apps", "Add...", "Reset to Defaults"}, "Whitelist");
-  scene.tapWithControl(keyTab);
+  scene.typist.tapWithControl(keyTab);
   for (const char* slider : {"Gesture detection window", "Buffer timeout"}) {
     EXPECT_EQ(scene.await(slider).description, "500 milliseconds") << slider;
   }
   expectTabStops(
       {"Advanced", "Gesture detection window", "Buffer timeout", "Log retention period", "Export Log", "View Log"},
       "Advanced");
-  scene.tapWithControl(keyTab);
+  scene.typist.tapWithControl(keyTab);
   for (const char* name : {"Check for Updates", "https://varnolet.example/"}) EXPECT_NO_THROW(scene.tabTo(name));
 }
 

@@ -1,10 +1,6 @@
 #include "Shell.h"
 
-#include <cstdlib>
-#include <fstream>
-#include <stdexcept>
-
-#include "tests/desktop/stage/Waiting.h"
+#include "tests/desktop/stage/NotificationService.h"
 
 namespace demo {
 namespace {
@@ -35,25 +31,11 @@ void colourRoot(const XConnection& connection) {
   xcb_flush(connection);
 }
 
-bool hasTray(const XConnection& connection) {
-  xcb_get_selection_owner_reply_t* owner = xcb_get_selection_owner_reply(
-      connection, xcb_get_selection_owner(connection, connection.atom("_NET_SYSTEM_TRAY_S0")), nullptr);
-  const bool isThere = owner && owner->owner != XCB_WINDOW_NONE;
-  std::free(owner);  // NOLINT(cppcoreguidelines-no-malloc): XCB allocates it so
-  return isThere;
-}
-
 }  // namespace
 
-Shell::Shell(const VirtualDesktop& desktop) {
+Shell::Shell(const VirtualDesktop& desktop)
+    : notifications_(startNotificationService(desktop)), panel_(desktop, panelSettings) {
   colourRoot(desktop.connection());
-  const ChildProcess::Options options{desktop.environment()};
-  notifications_ = std::make_unique<ChildProcess>(
-      std::vector<std::string>{"/usr/lib/notification-daemon/notification-daemon"}, options);
-  const auto settings = desktop.home() / "panel";
-  std::ofstream(settings) << panelSettings;
-  panel_ = std::make_unique<ChildProcess>(std::vector<std::string>{"tint2", "-c", settings.string()}, options);
-  if (!eventually([&] { return hasTray(desktop.connection()); })) throw std::runtime_error("the panel has no tray");
 }
 
 }  // namespace demo

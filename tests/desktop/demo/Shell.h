@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "tests/desktop/stage/Panel.h"
 #include "tests/desktop/stage/VirtualDesktop.h"
 
 namespace demo {
@@ -14,7 +15,7 @@ class Shell {
 
  private:
   std::unique_ptr<stage::ChildProcess> notifications_;
-  std::unique_ptr<stage::ChildProcess> panel_;
+  stage::Panel panel_;
 };
 
 }  // namespace demo

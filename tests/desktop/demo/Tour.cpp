@@ -15,23 +15,12 @@ namespace {
 
 using namespace stage;
 
-constexpr KeyCode keyEscape = 9;
-constexpr KeyCode keyTab = 23;
-constexpr KeyCode keyW = 25;
-constexpr KeyCode keyReturn = 36;
-
 // The popover's buttons, from the one that has the keyboard focus at first.
 enum PopoverButton { pauseForOneHour = 0, viewLog = 2, settings = 4 };
 
 // For people to look at: windows, and what animates, have come to rest.
 void letItDraw() {
   std::this_thread::sleep_for(std::chrono::milliseconds(700));
-}
-
-void tapWithControl(Typist& typist, KeyCode key) {
-  typist.press(keyLeftControl);
-  typist.tap(key);
-  typist.release(keyLeftControl);
 }
 
 }  // namespace
@@ -71,13 +60,13 @@ void Tour::walkThroughWindows(Typist& typist) const {
   for (const char* picture :
        {"settings-general.png", "settings-whitelist.png", "settings-advanced.png", "settings-about.png"}) {
     take(picture);
-    tapWithControl(typist, keyTab);
+    typist.tapWithControl(keyTab);
     letItDraw();
   }
-  tapWithControl(typist, keyW);
+  typist.tapWithControl(keyW);
   choose(typist, viewLog);
   take("log.png");
-  tapWithControl(typist, keyW);
+  typist.tapWithControl(keyW);
 }
 
 void takeOnboarding(const std::filesystem::path& program, const std::filesystem::path& folder) {

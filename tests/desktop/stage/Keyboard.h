@@ -21,6 +21,13 @@ inline constexpr KeyCode keyLeftShift = 50;
 inline constexpr KeyCode keyRightShift = 62;
 inline constexpr KeyCode keyLeftControl = 37;
 inline constexpr KeyCode keyRightAlt = 108;
+inline constexpr KeyCode keyLeftSuper = 133;
+inline constexpr KeyCode keyEscape = 9;
+inline constexpr KeyCode keyTab = 23;
+inline constexpr KeyCode keyReturn = 36;
+inline constexpr KeyCode keySpace = 65;
+inline constexpr KeyCode keyRight = 114;
+inline constexpr KeyCode keyW = 25;
 
 struct ModifierState {
   std::uint8_t base = 0;

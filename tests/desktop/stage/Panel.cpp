@@ -13,14 +13,6 @@ namespace stage {
 namespace {
 
 constexpr std::uint16_t height = 32;
-constexpr char settings[] = R"(panel_items = S
-panel_size = 100% 32
-panel_layer = top
-strut_policy = follow_size
-panel_position = bottom center horizontal
-systray_padding = 4 4 4
-systray_icon_size = 24
-)";
 // The colours of the icon, without what the edges mix them with.
 constexpr std::array<std::pair<std::uint32_t, Panel::Icon>, 3> colours{
     {{0x2fb350, Panel::Icon::green}, {0x8e8e93, Panel::Icon::gray}, {0xff8c00, Panel::Icon::orange}}};
@@ -35,7 +27,16 @@ bool hasTray(const XConnection& connection) {
 
 }  // namespace
 
-Panel::Panel(const VirtualDesktop& desktop) : connection_(desktop.display()) {
+const char Panel::bare[] = R"(panel_items = S
+panel_size = 100% 32
+panel_layer = top
+strut_policy = follow_size
+panel_position = bottom center horizontal
+systray_padding = 4 4 4
+systray_icon_size = 24
+)";
+
+Panel::Panel(const VirtualDesktop& desktop, const std::string& settings) : connection_(desktop.display()) {
   const auto file = desktop.home() / "panel";
   std::ofstream(file) << settings;
   process_ = std::make_unique<ChildProcess>(std::vector<std::string>{"tint2", "-c", file.string()},

@@ -1,8 +1,8 @@
-// The desktop's panel: a strip at the bottom of the screen with nothing but a tray.
+// The desktop's panel: a strip at the bottom of the screen with a tray.
 #pragma once
 
 #include <memory>
-#include <optional>
+#include <string>
 
 #include "tests/desktop/stage/Pointer.h"
 #include "tests/desktop/stage/VirtualDesktop.h"
@@ -14,8 +14,12 @@ class Panel {
   // What the tray shows of the program under test.
   enum class Icon { none, green, gray, orange };
 
-  // Returns when there is a tray; throws std::runtime_error if none comes. It goes away with this object.
-  explicit Panel(const VirtualDesktop& desktop);
+  // Nothing but a tray.
+  static const char bare[];
+
+  // With these settings of tint2. Returns when there is a tray; throws std::runtime_error if none comes. It goes away
+  // with this object.
+  explicit Panel(const VirtualDesktop& desktop, const std::string& settings = bare);
 
   Icon icon() const;
   // Throws std::runtime_error if there is no icon.

@@ -10,8 +10,6 @@
 namespace stage {
 namespace {
 
-constexpr KeyCode keySpace = 65;
-
 // The characters of one row of keys, from the left, and the key that the row begins with.
 struct Row {
   KeyCode first;
@@ -41,6 +39,12 @@ void Typist::release(KeyCode key) {
 void Typist::tap(KeyCode key) {
   press(key);
   release(key);
+}
+
+void Typist::tapWithControl(KeyCode key) {
+  press(keyLeftControl);
+  tap(key);
+  release(keyLeftControl);
 }
 
 void Typist::releaseAll() {

@@ -18,6 +18,7 @@ class Typist {
   void press(KeyCode key);
   void release(KeyCode key);
   void tap(KeyCode key);
+  void tapWithControl(KeyCode key);
   void releaseAll();
   // A character as on a US keyboard, with Shift where it takes one. Throws std::invalid_argument for one that it lacks.
   void write(char character);
