@@ -57,10 +57,14 @@ QWidget* WhitelistTab::makeButtons() {
   return row;
 }
 
+// Other settings change too, and looking up the applications takes time.
 void WhitelistTab::fill() {
+  const auto whitelist = settingsManager_->settings().whitelist;
+  if (shown_ == whitelist) return;
+  shown_ = whitelist;
   const auto selected = selectedBundleID();
   list_->clear();
-  for (const auto& bundleID : settingsManager_->settings().whitelist) {
+  for (const auto& bundleID : whitelist) {
     addRow(bundleID);
     if (selected == bundleID) list_->setCurrentRow(list_->count() - 1);
   }

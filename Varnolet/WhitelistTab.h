@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "varnoletKit/Observation.h"
@@ -31,6 +32,7 @@ class WhitelistTab : public QWidget {
 
   const std::shared_ptr<varnoletKit::SettingsManager> settingsManager_;
   QListWidget* list_;
+  std::set<std::string> shown_;
   varnoletKit::Observation redrawing_;
 };
 
