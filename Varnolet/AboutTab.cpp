@@ -56,9 +56,6 @@ QLabel* makeLink(QWidget* parent) {
 
 AboutTab::AboutTab() {
   auto* name = new Label(QStringLiteral("Varnolet"), TextStyle::title, &NSColor::label, this);
-  QFont bold = name->font();
-  bold.setBold(true);
-  name->setFont(bold);
   auto* version =
       new Label(QStringLiteral("Version ") + versionString(), TextStyle::subheadline, &NSColor::secondaryLabel, this);
   auto* divider = makeDivider(this);

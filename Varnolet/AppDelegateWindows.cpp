@@ -13,7 +13,6 @@ namespace {
 
 using namespace platform::ui;
 
-constexpr QSize settingsSize(560, 480);
 constexpr QSize logSize(620, 420);
 constexpr QSize onboardingSize(520, 440);
 
@@ -48,7 +47,7 @@ void AppDelegate::showSettings() {
     return;
   }
   settingsWindow_ =
-      std::make_unique<NSWindow>(QStringLiteral("Varnolet Settings"), titled | closable | resizable, settingsSize,
+      std::make_unique<NSWindow>(SettingsView::title, titled | closable | resizable, SettingsView::contentSize,
                                  new SettingsView(settingsManager_, focusGuardState_, eventLogManager_));
   settingsWindow_->center();
   settingsWindow_->makeKeyAndOrderFront();

@@ -120,11 +120,10 @@ void LogViewerView::fitColumns() {
   auto* header = table_->horizontalHeader();
   const QAbstractItemView& view = *table_;  // where the hint is public
   for (int column = 0; column < model_.columnCount(); ++column) {
+    if (header->sectionResizeMode(column) == QHeaderView::Stretch) continue;
     const int ideal = BlockedEventsModel::columns().at(static_cast<std::size_t>(column)).idealWidth;
     const int needed = std::max(header->sectionSizeHint(column), view.sizeHintForColumn(column));
-    if (header->sectionResizeMode(column) == QHeaderView::Interactive) {
-      header->resizeSection(column, std::max(ideal, needed));
-    }
+    header->resizeSection(column, std::max(ideal, needed));
   }
 }
 

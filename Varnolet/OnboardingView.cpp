@@ -47,14 +47,11 @@ OnboardingView::~OnboardingView() {
 QWidget* OnboardingView::makeHeader() {
   auto* header = new QWidget(this);
   auto* title = new Label(QStringLiteral("Welcome to Varnolet"), TextStyle::title, &NSColor::label, header);
-  QFont bold = title->font();
-  bold.setBold(true);
-  title->setFont(bold);
   auto* explanation = new Label(
       QStringLiteral("Varnolet keeps you in control by preventing other apps from stealing your focus. Grant the "
                      "permissions below to get started."),
       TextStyle::subheadline, &NSColor::secondaryLabel, header);
-  explanation->wrapLines();
+  explanation->setWordWrap(true);
   explanation->setAlignment(Qt::AlignHCenter);
   explanation->setFixedWidth(420);
 

@@ -24,7 +24,7 @@ PermissionCard::PermissionCard(const Permission& permission, QWidget* parent)
   // As wide as the card beside it, whatever is written on either.
   setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
   auto* description = new Label(permission.description, TextStyle::caption, &NSColor::secondaryLabel, this);
-  description->wrapLines();
+  description->setWordWrap(true);
   description->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
   description->setMinimumHeight(descriptionHeight);
   auto* button =

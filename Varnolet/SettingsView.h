@@ -14,6 +14,10 @@ namespace varnolet {
 // first tab. Main thread only.
 class SettingsView : public QWidget {
  public:
+  // Of a window around it; the size in device-independent pixels.
+  static constexpr char title[] = "Varnolet Settings";
+  static constexpr QSize contentSize{560, 480};
+
   SettingsView(std::shared_ptr<varnoletKit::SettingsManager> settingsManager,
                std::shared_ptr<varnoletKit::FocusGuardState> focusGuardState,
                std::shared_ptr<varnoletKit::EventLogManager> eventLogManager);

@@ -45,9 +45,8 @@ void VarnoletApp::showSettingsScene() {
   if (!settingsScene_ || !settingsScene_->isVisible()) {
     auto content = SettingsSceneView().content();
     if (!content) return;
-    settingsScene_ =
-        std::make_unique<NSWindow>(QStringLiteral("Varnolet Settings"), platform::ui::titled | platform::ui::closable,
-                                   QSize(560, 480), content.release());
+    settingsScene_ = std::make_unique<NSWindow>(SettingsView::title, platform::ui::titled | platform::ui::closable,
+                                                SettingsView::contentSize, content.release());
     settingsScene_->center();
   }
   settingsScene_->makeKeyAndOrderFront();

@@ -5,6 +5,7 @@
 #include <QIcon>
 #include <QPainter>
 #include <QStyle>
+#include <algorithm>
 
 #include "platform/ui/NSColor.h"
 #include "platform/ui/TextStyle.h"

@@ -43,10 +43,6 @@ void Label::setColor(SymbolView::Color color) {
   update();
 }
 
-void Label::wrapLines() {
-  setWordWrap(true);
-}
-
 QSize Label::sizeHint() const {
   // As it is drawn: a line's end in the text begins no other line.
   const QSize textSize = wordWrap() ? QLabel::sizeHint() : fontMetrics().size(Qt::TextSingleLine, text());

@@ -10,7 +10,7 @@
 namespace platform::ui {
 
 // One element for a screen reader, read as its accessible name or, without one, as its text. The text is plain, never
-// markup; what does not fit is cut in the middle, and its tool tip then shows it whole. Main thread.
+// markup; what does not fit is cut in the middle, and its tool tip then shows it whole, unless words wrap. Main thread.
 class Label : public QLabel {
  public:
   Label(const QString& text, TextStyle style, SymbolView::Color color, QWidget* parent = nullptr);
@@ -19,8 +19,6 @@ class Label : public QLabel {
   void setSymbol(const QString& name, SymbolView::Color color);
   void setSymbol(const QString& name, SymbolView::Color color, TextStyle size);
   void setColor(SymbolView::Color color);
-  // Breaks into lines instead of being cut.
-  void wrapLines();
 
   QSize sizeHint() const override;
   QSize minimumSizeHint() const override;

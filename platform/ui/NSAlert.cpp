@@ -14,7 +14,7 @@ namespace {
 
 Label* lineOf(const QString& text, TextStyle style, QWidget* parent) {
   auto* line = new Label(text, style, &NSColor::label, parent);
-  line->wrapLines();
+  line->setWordWrap(true);
   line->setMinimumWidth(300);
   return line;
 }

@@ -30,6 +30,7 @@ qreal scaleOf(TextStyle style) {
 QFont fontOf(TextStyle style) {
   QFont font = QApplication::font();
   font.setPointSizeF(QFontInfo(font).pointSizeF() * scaleOf(style));
+  if (style == TextStyle::title) font.setBold(true);
   if (style == TextStyle::headline) font.setWeight(QFont::DemiBold);
   return font;
 }
