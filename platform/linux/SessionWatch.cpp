@@ -113,17 +113,11 @@ void SessionWatch::findSessionOfUser() {
 
 void SessionWatch::watchSession(const QString& path) {
   if (path != session_) {
-    for (const auto& [interface, signal, slot] :
-         {std::tuple(propertiesInterface, "PropertiesChanged", SLOT(sessionPropertiesChanged(QDBusMessage))),
-          std::tuple(sessionInterface, "Lock", SLOT(lockRequested(QDBusMessage))),
-          std::tuple(sessionInterface, "Unlock", SLOT(unlockRequested(QDBusMessage)))}) {
-      if (!session_.isEmpty()) {
-        system_.disconnect(QString(), session_, interface, QLatin1String(signal), this, slot);
-      }
-      system_.connect(QString(), path, interface, QLatin1String(signal), this, slot);
-    }
+    const auto signal = QStringLiteral("PropertiesChanged");
+    const char* slot = SLOT(sessionPropertiesChanged(QDBusMessage));
+    if (!session_.isEmpty()) system_.disconnect(QString(), session_, propertiesInterface, signal, this, slot);
+    system_.connect(QString(), path, propertiesInterface, signal, this, slot);
     session_ = path;
-    isToBeLocked_ = false;
   }
   readSession();
 }
@@ -137,27 +131,16 @@ void SessionWatch::readSession() {
 }
 
 void SessionWatch::setProperties(const QVariantMap& properties) {
-  isActive_ = properties.value(QStringLiteral("Active"), true).toBool();
+  const bool isActive = properties.value(QStringLiteral("Active"), true).toBool();
   const bool isLocked = properties.value(QStringLiteral("LockedHint"), false).toBool();
-  if (std::exchange(isLocked_, isLocked) && !isLocked) isToBeLocked_ = false;
-  update();
+  const bool resigns = !isActive || isLocked;
+  if (std::exchange(hasResigned_, resigns) == resigns) return;
+  post(resigns ? NSWorkspaceSessionDidResignActiveNotification : NSWorkspaceSessionDidBecomeActiveNotification);
 }
 
 // The values are asked for again rather than taken from the signal, which may also leave them out.
 void SessionWatch::sessionPropertiesChanged(const QDBusMessage& signal) {
   if (login_->sent(signal)) readSession();
-}
-
-void SessionWatch::lockRequested(const QDBusMessage& signal) {
-  if (!login_->sent(signal)) return;
-  isToBeLocked_ = true;
-  update();
-}
-
-void SessionWatch::unlockRequested(const QDBusMessage& signal) {
-  if (!login_->sent(signal)) return;
-  isToBeLocked_ = false;
-  update();
 }
 
 void SessionWatch::prepareForSleep(const QDBusMessage& signal) {
@@ -172,16 +155,7 @@ void SessionWatch::screenSaverChanged(const QDBusMessage& signal) {
   });
   if (!isKnown || signal.signature() != QLatin1String("b")) return;
   const bool begins = signal.arguments().at(0).toBool();
-  if (begins) return;
-  isToBeLocked_ = false;
-  update();
-  post(NSWorkspaceScreensDidWakeNotification);
-}
-
-void SessionWatch::update() {
-  const bool resigns = !isActive_ || isLocked_ || isToBeLocked_;
-  if (std::exchange(hasResigned_, resigns) == resigns) return;
-  post(resigns ? NSWorkspaceSessionDidResignActiveNotification : NSWorkspaceSessionDidBecomeActiveNotification);
+  if (!begins) post(NSWorkspaceScreensDidWakeNotification);
 }
 
 }  // namespace platform::linux_desktop

@@ -18,7 +18,9 @@ namespace platform::linux_desktop {
 // Main thread. Posts the notifications of screens and sessions of NSWorkspace.h, from the event loop, as logind and the
 // desktop's screen saver tell. Without them, and until they have told, the session counts as active.
 //
-// Only what their owners of the moment send counts; a logind that was restarted is asked again.
+// Only what their owners of the moment send counts; a logind that was restarted is asked again. Locked is what the
+// screen locker tells logind; the mere request to lock is not, because a locker that took it without a word would leave
+// the session locked for good.
 class SessionWatch : public QObject {
   Q_OBJECT
 
@@ -30,8 +32,6 @@ class SessionWatch : public QObject {
  private:
   Q_SLOT void prepareForSleep(const QDBusMessage& signal);
   Q_SLOT void sessionPropertiesChanged(const QDBusMessage& signal);
-  Q_SLOT void lockRequested(const QDBusMessage& signal);
-  Q_SLOT void unlockRequested(const QDBusMessage& signal);
   Q_SLOT void screenSaverChanged(const QDBusMessage& signal);
 
   void watchLogin();
@@ -48,7 +48,6 @@ class SessionWatch : public QObject {
   void watchSession(const QString& path);
   void readSession();
   void setProperties(const QVariantMap& properties);
-  void update();
   void post(const char* name) { center_.postNotification({name, {}}); }
 
   NSNotificationCenter& center_;
@@ -57,10 +56,6 @@ class SessionWatch : public QObject {
   std::vector<std::unique_ptr<BusNameOwner>> screenSavers_;
   QString session_;  // its path; empty until it is found
 
-  bool isActive_ = true;
-  bool isLocked_ = false;
-  // Locking was asked for; the screen locker may not say that it has locked.
-  bool isToBeLocked_ = false;
   bool hasResigned_ = false;
 };
 

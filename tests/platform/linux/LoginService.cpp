@@ -62,10 +62,6 @@ void LoginService::prepareForSleep(bool begins) const {
   connection_.send(signal);
 }
 
-void LoginService::sayOfSession(const QDBusConnection& connection, const char* signal) {
-  connection.send(QDBusMessage::createSignal(sessionPath, sessionInterface, signal));
-}
-
 bool LoginService::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
   const QVariant answer = answerTo(message);
   if (answer.isValid()) {

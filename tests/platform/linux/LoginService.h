@@ -24,14 +24,9 @@ class LoginService : public QDBusVirtualObject {
   void set(bool active, bool locked);
   // Tells that they have changed, with the new values or without.
   void change(bool active, bool locked, bool withValues = true);
-  void lock() const { sayOfSession(connection_, "Lock"); }
-  void unlock() const { sayOfSession(connection_, "Unlock"); }
   void prepareForSleep(bool begins) const;
   // How often the session was read.
   int readings() const { return readings_; }
-
-  // A signal of the session, said by anybody.
-  static void sayOfSession(const QDBusConnection& connection, const char* signal);
 
   QString introspect(const QString&) const override { return {}; }
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;

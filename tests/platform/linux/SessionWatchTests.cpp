@@ -67,8 +67,6 @@ TEST_F(SessionWatchTest, ResignsAndBecomesActiveOncePerChangeWhateverCausesIt) {
   EXPECT_TRUE(isTold(1));
   login.change(false, true);
   login.change(false, false);
-  login.lock();
-  login.unlock();
   login.change(true, false, false);
   EXPECT_TRUE(isTold(2));
   login.change(false, false, false);
@@ -99,31 +97,6 @@ TEST_F(SessionWatchTest, FindsTheSessionOfTheEnvironmentElseOfTheProcessElseTheO
   }
 }
 
-TEST_F(SessionWatchTest, ALockerThatDoesNotSayWhetherItHasLockedIsFollowedByItsRequestsAndItsEnd) {
-  LoginService login(bus);
-  auto screenSaver = otherClient();
-  ASSERT_TRUE(screenSaver.registerService(aScreenSaver));
-  const SessionWatch watch(center);
-  ASSERT_TRUE(isRead(login));
-  login.lock();
-  EXPECT_TRUE(isTold(1));
-  login.unlock();
-  EXPECT_TRUE(isTold(2));
-  login.lock();
-  EXPECT_TRUE(isTold(3));
-  // Unlocked by password: nobody asks for it, but the hint tells, or the screen saver.
-  login.change(true, true);
-  login.change(true, true, false);
-  ASSERT_TRUE(runUntil([&] { return login.readings() == 3; }));
-  login.change(true, false);
-  EXPECT_TRUE(isTold(4));
-  login.lock();
-  EXPECT_TRUE(isTold(5));
-  sayScreenSaver(screenSaver, aScreenSaver, false);
-  EXPECT_TRUE(isTold(7));
-  EXPECT_THAT(story, ElementsAre("resign", "become", "resign", "become", "resign", "become", "wake"));
-}
-
 TEST_F(SessionWatchTest, TheEndOfEveryKindOfScreenSaverWakesTheScreens) {
   const SessionWatch watch(center);
   auto screenSaver = otherClient();
@@ -147,7 +120,6 @@ TEST_F(SessionWatchTest, BelievesOnlyTheServices) {
   const SessionWatch watch(center);
   ASSERT_TRUE(isRead(login));
   const auto stranger = otherClient();
-  LoginService::sayOfSession(stranger, "Lock");
   auto sleep =
       QDBusMessage::createSignal("/org/freedesktop/login1", "org.freedesktop.login1.Manager", "PrepareForSleep");
   stranger.send(sleep << false);
