@@ -17,9 +17,15 @@
 namespace platform::linux_desktop {
 namespace {
 
-std::optional<std::string> nameIn(const std::string& text) {
+std::optional<std::string> identifierIn(const std::string& text) {
   if (text.empty()) return std::nullopt;
-  return readable(text);
+  return readableIdentifier(text);
+}
+
+std::optional<std::string> nameIn(const std::string& text) {
+  std::string name = readableName(text);
+  if (name.empty()) return std::nullopt;
+  return name;
 }
 
 // `text` up to its first NUL.
@@ -84,7 +90,7 @@ std::string lowerCase(std::string text) {
 
 std::optional<std::string> bundleIdentifierOf(const DesktopEntry& entry) {
   if (auto role = agentRoleOf(entry.program)) return role;
-  return nameIn(entry.id);
+  return identifierIn(entry.id);
 }
 
 ApplicationNaming::ApplicationNaming(XcbConnection& connection, std::string applicationIdentifier)
@@ -102,10 +108,10 @@ ApplicationNames ApplicationNaming::namesOf(pid_t process, xcb_window_t window) 
   } else if (const auto role = agentRoleOf(hints.program)) {
     names.bundleIdentifier = role;
   } else if (entry) {
-    names.bundleIdentifier = nameIn(entry->id);
+    names.bundleIdentifier = identifierIn(entry->id);
   } else {
     for (const auto& id : {hints.desktopId.value_or(std::string()), hints.windowClass, hints.program}) {
-      if (!names.bundleIdentifier) names.bundleIdentifier = nameIn(id);
+      if (!names.bundleIdentifier) names.bundleIdentifier = identifierIn(id);
     }
   }
   return names;

@@ -82,6 +82,7 @@ class DesktopEntries::Monitor {
       : monitor_(g_app_info_monitor_get()),
         handler_(g_signal_connect(monitor_.get(), "changed", G_CALLBACK(+[](GAppInfoMonitor*, DesktopEntries* changed) {
                                     changed->idsByStartupClass_.reset();
+                                    changed->entriesToShow_.reset();
                                   }),
                                   &entries)) {}
   Monitor(const Monitor&) = delete;
@@ -120,8 +121,9 @@ std::optional<DesktopEntry> DesktopEntries::entryWithStartupClass(const std::str
   return found == idsByStartupClass_->end() ? std::nullopt : entryWithId(found->second);
 }
 
-std::vector<DesktopEntry> DesktopEntries::entriesToShow() {
-  std::vector<DesktopEntry> entries;
+const std::vector<DesktopEntry>& DesktopEntries::entriesToShow() {
+  if (entriesToShow_) return *entriesToShow_;
+  auto& entries = entriesToShow_.emplace();
   GList* all = g_app_info_get_all();
   for (const GList* item = all; item; item = item->next) {
     auto* info = G_DESKTOP_APP_INFO(item->data);

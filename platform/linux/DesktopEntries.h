@@ -36,13 +36,14 @@ class DesktopEntries {
   // The entry that says that windows of this class are its application's.
   std::optional<DesktopEntry> entryWithStartupClass(const std::string& windowClass);
   // Those that the user is to see.
-  static std::vector<DesktopEntry> entriesToShow();
+  const std::vector<DesktopEntry>& entriesToShow();
 
  private:
   class Monitor;
 
-  // Read at the first question and again after applications were installed or removed.
+  // Both are read at the first question and again after applications were installed or removed.
   std::optional<std::map<std::string, std::string>> idsByStartupClass_;
+  std::optional<std::vector<DesktopEntry>> entriesToShow_;
   std::unique_ptr<Monitor> monitor_;
 };
 

@@ -5,12 +5,12 @@
 
 namespace platform::linux_desktop {
 
-std::optional<std::filesystem::path> InstalledApplications::locationOf(const std::string& identifier) const {
+std::optional<std::filesystem::path> InstalledApplications::locationOf(const std::string& identifier) {
   if (const auto entry = entries_.entryWithId(identifier); entry && bundleIdentifierOf(*entry) == identifier) {
     return entry->file;
   }
   if (!isAgentRole(identifier)) return std::nullopt;
-  for (const auto& entry : DesktopEntries::entriesToShow()) {
+  for (const auto& entry : entries_.entriesToShow()) {
     if (bundleIdentifierOf(entry) == identifier) return entry.file;
   }
   return std::nullopt;
@@ -18,7 +18,7 @@ std::optional<std::filesystem::path> InstalledApplications::locationOf(const std
 
 std::vector<std::filesystem::path> InstalledApplications::locations() {
   std::vector<std::filesystem::path> locations;
-  for (const auto& entry : DesktopEntries::entriesToShow()) locations.push_back(entry.file);
+  for (const auto& entry : entries_.entriesToShow()) locations.push_back(entry.file);
   return locations;
 }
 

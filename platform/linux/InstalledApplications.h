@@ -19,8 +19,8 @@ class InstalledApplications : public BundleServices {
       : applicationIdentifier_(std::move(applicationIdentifier)) {}
 
   // What NSWorkspace says of them.
-  std::optional<std::filesystem::path> locationOf(const std::string& identifier) const;
-  static std::vector<std::filesystem::path> locations();
+  std::optional<std::filesystem::path> locationOf(const std::string& identifier);
+  std::vector<std::filesystem::path> locations();
   static std::string iconOf(const std::filesystem::path& location);
 
   // BundleServices

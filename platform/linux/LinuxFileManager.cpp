@@ -174,7 +174,7 @@ std::optional<NSError> LinuxFileManager::copyItem(const std::filesystem::path& f
 
 std::string LinuxFileManager::displayNameAtPath(const std::filesystem::path& path) {
   const auto entry = desktopEntryAt(path);
-  return readable(entry && !entry->name.empty() ? entry->name : path.filename().string());
+  return readableName(entry && !entry->name.empty() ? entry->name : path.filename().string());
 }
 
 std::optional<std::string> LinuxFileManager::contents(const std::filesystem::path& file) {

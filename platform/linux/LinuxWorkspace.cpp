@@ -31,7 +31,7 @@ bool movesFocus(const xcb_focus_in_event_t& event) {
 
 }  // namespace
 
-LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, const InstalledApplications& installed,
+LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, InstalledApplications& installed,
                                const URLOpener& opener, std::string applicationIdentifier)
     : connection_(connection),
       tasks_(tasks),
@@ -89,7 +89,7 @@ std::optional<std::filesystem::path> LinuxWorkspace::URLForApplicationWithBundle
 
 std::vector<std::filesystem::path> LinuxWorkspace::installedApplications() {
   assert(tasks_.isMainThread());
-  return InstalledApplications::locations();
+  return installed_.locations();
 }
 
 std::string LinuxWorkspace::iconForFile(const std::filesystem::path& location) {

@@ -24,7 +24,7 @@ namespace platform::linux_desktop {
 // callbacks, that answers what the main thread saw last.
 class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
  public:
-  LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, const InstalledApplications& installed,
+  LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, InstalledApplications& installed,
                  const URLOpener& opener, std::string applicationIdentifier);
   ~LinuxWorkspace() override;
 
@@ -78,7 +78,7 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
 
   XcbConnection& connection_;
   TaskServices& tasks_;
-  const InstalledApplications& installed_;
+  InstalledApplications& installed_;
   const URLOpener& opener_;
   XcbEvents events_;
   WindowOwners owners_;

@@ -1,5 +1,7 @@
 #include "platform/linux/NotificationText.h"
 
+#include "platform/linux/ReadableText.h"
+
 namespace platform::linux_desktop {
 namespace {
 
@@ -7,24 +9,6 @@ namespace {
 constexpr qsizetype longestTitle = 80;
 constexpr qsizetype longestBody = 240;
 const QChar ellipsis(0x2026);
-
-bool changesDirection(char16_t character) {
-  return character == 0x061C || character == 0x200E || character == 0x200F ||
-         (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
-}
-
-QString singleLine(const QString& text) {
-  QString line;
-  line.reserve(text.size());
-  for (const QChar character : text) {
-    if (changesDirection(character.unicode())) continue;
-    const bool breaksLine = character.category() == QChar::Other_Control ||
-                            character.category() == QChar::Separator_Line ||
-                            character.category() == QChar::Separator_Paragraph;
-    line += breaksLine ? QLatin1Char(' ') : character;
-  }
-  return line;
-}
 
 // At most `length` units, no character of two units cut in half.
 QString shortened(const QString& text, qsizetype length) {
@@ -39,11 +23,11 @@ QString shortened(const QString& text, qsizetype length) {
 }  // namespace
 
 QString titleText(const std::string& text) {
-  return shortened(singleLine(QString::fromStdString(text)), longestTitle);
+  return shortened(onOneLine(QString::fromStdString(text)), longestTitle);
 }
 
 QString bodyText(const std::string& text) {
-  return shortened(singleLine(QString::fromStdString(text)), longestBody);
+  return shortened(onOneLine(QString::fromStdString(text)), longestBody);
 }
 
 QString escapedForMarkup(const QString& text) {

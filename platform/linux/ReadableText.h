@@ -1,15 +1,23 @@
 // Text of others, made fit to be shown and stored.
 #pragma once
 
+#include <QChar>
 #include <QString>
 #include <string>
 
 namespace platform::linux_desktop {
 
-// Valid UTF-8 of bounded length, whatever the bytes are.
-inline std::string readable(const std::string& text) {
-  constexpr qsizetype longest = 200;
-  return QString::fromStdString(text).left(longest).toStdString();
-}
+// The characters that would reach beyond the text that they stand in: by ending its line or being obeyed by a terminal,
+// and by turning the direction of what is written around them.
+bool isControl(QChar character);
+bool changesDirection(QChar character);
+
+// `text` with spaces for control characters and without changes of writing direction.
+QString onOneLine(const QString& text);
+
+// Both are valid UTF-8 of bounded length, whatever the bytes are: an identifier keeps every character, so that two of
+// them stay apart; a name is on one line.
+std::string readableIdentifier(const std::string& text);
+std::string readableName(const std::string& text);
 
 }  // namespace platform::linux_desktop

@@ -28,12 +28,12 @@ class InstalledApplicationsTest : public testing::Test {
     fill(path, bytes);
     return path;
   }
-  std::string locationOf(const std::string& identifier) const {
+  std::string locationOf(const std::string& identifier) {
     return installed.locationOf(identifier).value_or("nowhere").string();
   }
-  static std::vector<std::string> locations() {
+  std::vector<std::string> locations() {
     std::vector<std::string> paths;
-    for (const auto& location : InstalledApplications::locations()) paths.push_back(location.string());
+    for (const auto& location : installed.locations()) paths.push_back(location.string());
     return paths;
   }
   std::optional<std::string> identifierAt(const std::filesystem::path& location) {
@@ -97,7 +97,9 @@ TEST_F(InstalledApplicationsTest, AFileElsewhereHasNoIdentifierAndWhatIsNoEntryI
 TEST_F(InstalledApplicationsTest, NamesOfAnyLengthAndBytesBecomeShortText) {
   const auto named = install("long.desktop", entry(std::string(5000, 'n')));
   const auto odd = install("odd\xff.desktop", entry("Odd"));
+  const auto hostile = install("hostile.desktop", entry("A\\nB\u202EC"));
   EXPECT_EQ(files.displayNameAtPath(named), std::string(200, 'n'));
+  EXPECT_EQ(files.displayNameAtPath(hostile), "A BC") << "names are shown within lines of ours";
   EXPECT_EQ(identifierAt(odd), "odd\uFFFD");
   EXPECT_EQ(files.displayNameAtPath("/nowhere/\xff"), "\uFFFD");
 }
