@@ -52,14 +52,18 @@ void NSAlert::beginSheetModalForWindow(QWidget* window) const {
   for (const auto& button : buttons) {
     auto* widget = new PushButton(button.title, ButtonStyle::bordered, button.role, dialog);
     const bool isDefault = button.role != ButtonRole::destructive && !std::exchange(hasDefault, true);
-    widget->setAutoDefault(false);
     widget->setDefault(isDefault);
     if (isDefault) widget->setFocus();
     answers->addWidget(widget);
-    QObject::connect(widget, &QPushButton::clicked, dialog, [dialog, action = button.action] {
-      dialog->close();
-      if (action) action();
-    });
+    if (button.role == ButtonRole::cancel) {
+      QObject::connect(widget, &QPushButton::clicked, dialog, &QDialog::reject);
+      if (button.action) QObject::connect(dialog, &QDialog::rejected, dialog, button.action);
+    } else {
+      QObject::connect(widget, &QPushButton::clicked, dialog, [dialog, action = button.action] {
+        dialog->accept();
+        if (action) action();
+      });
+    }
   }
   dialog->open();
 }

@@ -47,6 +47,8 @@ QString sheetOf(ButtonStyle style, const QColor& text, const QPalette& palette) 
 
 PushButton::PushButton(const QString& title, ButtonStyle style, ButtonRole role, QWidget* parent)
     : QPushButton(title, parent), style_(style), role_(role) {
+  // In a dialog Enter belongs to the control that has the focus.
+  setAutoDefault(false);
   follow(palette());
 }
 

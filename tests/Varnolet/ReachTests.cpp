@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QAccessible>
+#include <QDateEdit>
 #include <QSlider>
 #include <QTabWidget>
 #include <QTest>
@@ -100,16 +101,27 @@ TEST_F(ReachTest, ReturnAndEscapeNeverDestroy) {
   view.show();
   for (const auto key : {Qt::Key_Return, Qt::Key_Escape}) {
     bool isDone = false;
+    int cancellations = 0;
     platform::ui::NSAlert alert;
     alert.addButton("Clear", platform::ui::ButtonRole::destructive, [&isDone] { isDone = true; });
-    alert.addButton("Cancel", platform::ui::ButtonRole::cancel);
+    alert.addButton("Cancel", platform::ui::ButtonRole::cancel, [&cancellations] { ++cancellations; });
     alert.beginSheetModalForWindow(&view);
     ASSERT_NE(openDialog(), nullptr);
     QTest::keyClick(openDialog(), key);
     settle(desktop);
     EXPECT_EQ(openDialog(), nullptr);
     EXPECT_FALSE(isDone);
+    EXPECT_EQ(cancellations, 1);
   }
+  SettingsView settingsView(settings, state, events);
+  click(settingsView, "View Log");
+  settle(desktop);
+  auto* sheet = openDialog();
+  ASSERT_NE(sheet, nullptr);
+  QTest::keyClick(find<QDateEdit>(*sheet, "Filter end date"), Qt::Key_Return);
+  settle(desktop);
+  EXPECT_EQ(openDialog(), sheet) << "Return in a field presses no button";
+  EXPECT_TRUE(sheet->isVisible());
 }
 
 }  // namespace
