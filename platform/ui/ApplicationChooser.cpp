@@ -13,7 +13,7 @@
 namespace platform::ui {
 namespace {
 
-constexpr int locationRole = Qt::UserRole;
+constexpr int placeRole = Qt::UserRole;
 
 }  // namespace
 
@@ -38,7 +38,7 @@ ApplicationChooser::ApplicationChooser(const QString& title, QWidget* parent)
 
   connect(search_, &QLineEdit::textChanged, this, &ApplicationChooser::showMatching);
   connect(applications_, &QListWidget::itemSelectionChanged, open, [this, open] { open->setEnabled(!!chosen()); });
-  connect(applications_, &QListWidget::itemActivated, this, &QDialog::accept);
+  connect(applications_, &QListWidget::itemActivated, this, &ApplicationChooser::acceptChoice);
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   search_->setFocus();
@@ -47,16 +47,23 @@ ApplicationChooser::ApplicationChooser(const QString& title, QWidget* parent)
 std::optional<std::filesystem::path> ApplicationChooser::chosen() const {
   const auto selected = applications_->selectedItems();
   if (selected.isEmpty() || selected.first()->isHidden()) return std::nullopt;
-  return std::filesystem::path(selected.first()->data(locationRole).toString().toStdString());
+  return locations_.at(selected.first()->data(placeRole).toUInt());
 }
 
 void ApplicationChooser::fill() {
-  for (const auto& location : NSWorkspace::sharedWorkspace().installedApplications()) {
+  locations_ = NSWorkspace::sharedWorkspace().installedApplications();
+  for (std::size_t place = 0; place < locations_.size(); ++place) {
+    const auto& location = locations_[place];
     const QString name = QString::fromStdString(NSFileManager::defaultManager().displayNameAtPath(location));
     auto* item = new QListWidgetItem(iconOfApplication(location, palette()), name, applications_);
-    item->setData(locationRole, QString::fromStdString(location.string()));
+    item->setData(placeRole, static_cast<uint>(place));
   }
   applications_->sortItems();
+}
+
+// The row that is current may be one that does not match.
+void ApplicationChooser::acceptChoice() {
+  if (chosen()) accept();
 }
 
 void ApplicationChooser::showMatching(const QString& words) {
@@ -64,6 +71,9 @@ void ApplicationChooser::showMatching(const QString& words) {
     auto* item = applications_->item(row);
     item->setHidden(!item->text().contains(words.trimmed(), Qt::CaseInsensitive));
     if (item->isHidden()) item->setSelected(false);
+  }
+  for (int row = 0; row < applications_->count() && !words.isEmpty() && !chosen(); ++row) {
+    if (!applications_->item(row)->isHidden()) applications_->setCurrentRow(row);
   }
 }
 

@@ -5,6 +5,7 @@
 #include <QString>
 #include <filesystem>
 #include <optional>
+#include <vector>
 
 class QLineEdit;
 class QListWidget;
@@ -21,10 +22,13 @@ class ApplicationChooser : public QDialog {
 
  private:
   void fill();
+  void acceptChoice();
   void showMatching(const QString& words);
 
   QLineEdit* search_;
   QListWidget* applications_;
+  // The rows know their places here: a path may be no text.
+  std::vector<std::filesystem::path> locations_;
 };
 
 }  // namespace platform::ui
