@@ -1,5 +1,6 @@
 #include "Varnolet/WhitelistTab.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QVBoxLayout>
 #include <utility>
@@ -12,14 +13,15 @@
 #include "platform/ui/FormSection.h"
 #include "platform/ui/NSAlert.h"
 #include "platform/ui/NSOpenPanel.h"
-#include "platform/ui/PushButton.h"
 
 namespace varnolet {
 
 using namespace platform::ui;
 
 WhitelistTab::WhitelistTab(std::shared_ptr<varnoletKit::SettingsManager> settingsManager)
-    : settingsManager_(std::move(settingsManager)), list_(new QListWidget(this)) {
+    : settingsManager_(std::move(settingsManager)),
+      list_(new QListWidget(this)),
+      removeButton_(new PushButton(QStringLiteral("Remove"), ButtonStyle::bordered, ButtonRole::normal, this)) {
   list_->setAccessibleName(QStringLiteral("Whitelisted apps"));
   list_->setAlternatingRowColors(true);
   list_->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -33,7 +35,7 @@ WhitelistTab::WhitelistTab(std::shared_ptr<varnoletKit::SettingsManager> setting
   column->addSpacing(12);
   column->addWidget(makeDivider(this));
   column->addWidget(makeButtons());
-  redrawing_ = varnoletKit::observe([this] { fill(); });
+  redrawing_ = varnoletKit::observe([this] { showWhitelist(); });
 }
 
 QWidget* WhitelistTab::makeButtons() {
@@ -41,33 +43,44 @@ QWidget* WhitelistTab::makeButtons() {
   auto* items = new QHBoxLayout(row);
   items->setContentsMargins(12, 12, 12, 12);
   auto* addButton = new PushButton(QStringLiteral("Add..."), ButtonStyle::bordered, ButtonRole::normal, row);
-  auto* removeButton = new PushButton(QStringLiteral("Remove"), ButtonStyle::bordered, ButtonRole::normal, row);
   auto* resetButton =
       new PushButton(QStringLiteral("Reset to Defaults"), ButtonStyle::bordered, ButtonRole::normal, row);
   items->addWidget(addButton);
-  items->addWidget(removeButton);
+  items->addWidget(removeButton_);
   items->addStretch();
   items->addWidget(resetButton);
-  removeButton->setEnabled(false);
-  connect(list_, &QListWidget::itemSelectionChanged, removeButton,
-          [this, removeButton] { removeButton->setEnabled(selectedBundleID().has_value()); });
+  removeButton_->setEnabled(false);
+  connect(list_, &QListWidget::itemSelectionChanged, this,
+          [this] { removeButton_->setEnabled(selectedBundleID().has_value()); });
   connect(addButton, &QPushButton::clicked, this, &WhitelistTab::add);
-  connect(removeButton, &QPushButton::clicked, this, &WhitelistTab::remove);
+  connect(removeButton_, &QPushButton::clicked, this, &WhitelistTab::remove);
   connect(resetButton, &QPushButton::clicked, this, &WhitelistTab::confirmReset);
   return row;
 }
 
 // Other settings change too, and looking up the applications takes time.
-void WhitelistTab::fill() {
+void WhitelistTab::showWhitelist() {
   const auto whitelist = settingsManager_->settings().whitelist;
   if (shown_ == whitelist) return;
   shown_ = whitelist;
+  fill();
+}
+
+void WhitelistTab::fill() {
   const auto selected = selectedBundleID();
   list_->clear();
-  for (const auto& bundleID : whitelist) {
+  for (const auto& bundleID : shown_) {
     addRow(bundleID);
     if (selected == bundleID) list_->setCurrentRow(list_->count() - 1);
   }
+  // Clearing a list does not tell that its selection went.
+  removeButton_->setEnabled(selectedBundleID().has_value());
+}
+
+// The drawn symbols among the icons have their colour from the palette.
+void WhitelistTab::changeEvent(QEvent* event) {
+  QWidget::changeEvent(event);
+  if (event->type() == QEvent::PaletteChange) fill();
 }
 
 void WhitelistTab::addRow(const std::string& bundleID) {
@@ -102,6 +115,8 @@ void WhitelistTab::addApplicationAt(const std::filesystem::path& location) {
 void WhitelistTab::remove() {
   const auto bundleID = selectedBundleID();
   if (!bundleID) return;
+  // Otherwise the button, disabled under the user's finger, would hand the keyboard on to the next one.
+  list_->setFocus();
   list_->clearSelection();
   settingsManager_->removeFromWhitelist(*bundleID);
 }

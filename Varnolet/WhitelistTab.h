@@ -9,6 +9,7 @@
 #include <set>
 #include <string>
 
+#include "platform/ui/PushButton.h"
 #include "varnoletKit/Observation.h"
 #include "varnoletKit/SettingsManager.h"
 
@@ -19,8 +20,12 @@ class WhitelistTab : public QWidget {
  public:
   explicit WhitelistTab(std::shared_ptr<varnoletKit::SettingsManager> settingsManager);
 
+ protected:
+  void changeEvent(QEvent* event) override;
+
  private:
   QWidget* makeButtons();
+  void showWhitelist();
   void fill();
   void addRow(const std::string& bundleID);
   // Absent while no row is selected.
@@ -32,6 +37,7 @@ class WhitelistTab : public QWidget {
 
   const std::shared_ptr<varnoletKit::SettingsManager> settingsManager_;
   QListWidget* list_;
+  platform::ui::PushButton* removeButton_;
   std::set<std::string> shown_;
   varnoletKit::Observation redrawing_;
 };
