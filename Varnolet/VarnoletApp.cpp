@@ -42,6 +42,7 @@ bool VarnoletApp::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void VarnoletApp::showSettingsScene() {
+  if (auto* popup = QApplication::activePopupWidget()) popup->close();
   if (!settingsScene_ || !settingsScene_->isVisible()) {
     auto content = SettingsSceneView().content();
     if (!content) return;

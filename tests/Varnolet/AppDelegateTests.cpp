@@ -284,6 +284,11 @@ TEST_F(AppDelegateTest, TheSettingsSceneNeedsSettingsAndAnswersToItsKeys) {
   pressWithControl(Qt::Key_Comma);
   EXPECT_EQ(shownWindows("Varnolet Settings"), 1);
   ASSERT_FALSE(scene.isNull()) << "it was made anew";
+  QTest::keyClick(&openPopover(), Qt::Key_Comma, Qt::ControlModifier);
+  settle(desktop_);
+  EXPECT_EQ(shownWindows("Varnolet Settings"), 1);
+  EXPECT_FALSE(delegate().popover()->isShown()) << "it would cover the settings and have their keys";
+  scene->activateWindow();
   pressWithControl(Qt::Key_W);
   EXPECT_FALSE(scene->isVisible());
 }
