@@ -35,9 +35,12 @@ void prepareEnvironment() {
   setenv("DBUS_FATAL_WARNINGS", "0", 0);  // NOLINT(concurrency-mt-unsafe)
   // Keyboards and windows are watched through X11, so the program's own windows belong there too.
   setenv("QT_QPA_PLATFORM", "xcb", 0);  // NOLINT(concurrency-mt-unsafe)
-  // The toolkit would wait for a stopped bus for minutes, with no key guarded.
-  if (const QString bus = sessionBusAddress(); !bus.isEmpty() && !isBusAnswering(bus, busPatience)) {
-    std::fputs("varnolet: the session bus does not answer; going on without notifications\n", stderr);
+  // The toolkit would wait for a stopped bus for minutes, with no key guarded, and without any it would start one.
+  const QString bus = sessionBusAddress();
+  if (bus.isEmpty() || !isBusAnswering(bus, busPatience)) {
+    std::fputs(bus.isEmpty() ? "varnolet: there is no session bus; going on without notifications\n"
+                             : "varnolet: the session bus does not answer; going on without notifications\n",
+               stderr);
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);  // NOLINT(concurrency-mt-unsafe)
   }
 }
