@@ -139,8 +139,8 @@ void AppDelegate::startEngine() {
   if (!focusGuardEngine_) return;
   const bool wasEnabled = focusGuardState_->isEnabled();
   focusGuardEngine_->start();
-  // A pause outlasts a stop of the engine, which switches the protection on when it starts again; but what the user
-  // has switched on during the pause stays on.
+  // A pause outlasts a stop of the engine, which switches the protection on when it starts again. An engine that ran on
+  // leaves the protection as the user has it.
   if (pauseManager_->isPaused() && !wasEnabled) focusGuardState_->setIsEnabled(false);
 }
 

@@ -50,6 +50,8 @@ LogViewerView::LogViewerView(std::shared_ptr<varnoletKit::EventLogManager> event
   filterEndDate_ = dateTimeOf(now);
   filterStartDate_ = dateTimeOf(platform::dateByAddingDays(-daysShown, now).value_or(now));
 
+  // Made from top to bottom, as the Tab key goes.
+  auto* header = makeHeader();
   content_ = new QStackedWidget(this);
   loadingPanel_ = makeLoadingPanel(content_);
   emptyPanel_ = makeEmptyPanel(content_);
@@ -59,7 +61,7 @@ LogViewerView::LogViewerView(std::shared_ptr<varnoletKit::EventLogManager> event
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(margin, margin, margin, margin);
   column->setSpacing(0);
-  column->addLayout(makeHeader());
+  column->addLayout(header);
   column->addWidget(makeDivider(this));
   column->addWidget(content_, 1);
   column->addWidget(makeDivider(this));

@@ -17,7 +17,7 @@ class NSWindow : public QWidget {
 
   // On the screen that the pointer is on.
   void center();
-  // Shows it before all others and gives it the keys, also where the window manager would rather not.
+  // Shows it and asks the window manager to put it before all others and to give it the keys.
   void makeKeyAndOrderFront();
 
  protected:
