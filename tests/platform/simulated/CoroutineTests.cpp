@@ -44,21 +44,6 @@ TEST(Coroutine, suspends_between_polls_and_returns_at_the_edge) {
   EXPECT_EQ(result, 0);
 }
 
-TEST(Coroutine, several_are_under_way_at_once) {
-  SimulatedDesktop desktop;
-  int counter = 1;
-  int first = -1;
-  int second = -1;
-  storePoll(&counter, 1, &first);
-  desktop.advance(50ms);
-  storePoll(&counter, 1, &second);
-  desktop.advance(50ms);
-  EXPECT_EQ(first, 1);
-  EXPECT_EQ(second, -1);
-  desktop.advance(50ms);
-  EXPECT_EQ(second, 1);
-}
-
 Async<void> hop(std::string* trace) {
   const auto note = [trace](const char* what) { *trace += what + std::string(isMainThread() ? "m " : "b "); };
   note("1");

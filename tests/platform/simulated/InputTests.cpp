@@ -1,25 +1,66 @@
 // The way of input events: through the taps, back into the stream, to whoever is in front.
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "TapThread.h"
 #include "platform/simulated/SimulatedDesktop.h"
 
 namespace platform::simulated {
 namespace {
 
-using namespace std::chrono_literals;
+// A tap on a queue of its own, as the program runs it, with a decision that each test gives.
+class TapThread {
+ public:
+  using Decision = std::function<bool(CGEventType type, CGEvent& event)>;  // true: let it pass
+
+  explicit TapThread(Decision decision)
+      : decision_(std::move(decision)), queue_(dispatchQueueCreate("tap", QualityOfService::userInteractive)) {
+    constexpr CGEventMask keys = 1 << kCGEventKeyDown | 1 << kCGEventKeyUp;
+    port_ = CGEventTapCreate(CGEventTapLocation::hid, CGEventTapPlacement::headInsert, CGEventTapOptions::active, keys,
+                             &callBack, this);
+    queue_->async([this] {
+      source_ = CFMachPortCreateRunLoopSource(kCFAllocatorDefault, port_, 0);
+      loop_ = CFRunLoopGetCurrent();
+      CFRunLoopAddSource(loop_, source_, kCFRunLoopCommonModes);
+      CFRunLoopRunInMode(kCFRunLoopDefaultMode, 3600, false);
+    });
+  }
+  TapThread(const TapThread&) = delete;
+  TapThread& operator=(const TapThread&) = delete;
+  ~TapThread() { stop(); }
+
+  void stop() {
+    if (!loop_) return;
+    CFRunLoopRemoveSource(loop_, source_, kCFRunLoopCommonModes);
+    CFRunLoopStop(loop_);
+    loop_.reset();
+    source_.reset();
+  }
+  const CFMachPortRef& port() const { return port_; }
+
+ private:
+  static CGEvent* callBack(CGEventTapProxy, CGEventType type, CGEvent& event, void* userInfo) {
+    return static_cast<TapThread*>(userInfo)->decision_(type, event) ? &event : nullptr;
+  }
+
+  Decision decision_;
+  CFMachPortRef port_;
+  CFRunLoopSourceRef source_;
+  CFRunLoopRef loop_;
+  std::unique_ptr<DispatchQueue> queue_;  // last: its end waits for the loop
+};
 
 struct Input : testing::Test {
   // A tap that holds copies of the keys back while `holding`.
   TapThread::Decision holdBack() {
-    return [this](CGEventType type, CGEvent& event) {
+    return [this](CGEventType, CGEvent& event) {
       seen += '.';
-      if (!holding || type == kCGEventLeftMouseDown) return true;
+      if (!holding) return true;
       if (auto copy = CGEventCreateCopy(event)) held.push_back(std::move(copy));
       return false;
     };
@@ -35,49 +76,6 @@ struct Input : testing::Test {
   bool holding = false;
   std::string seen;
 };
-
-TEST_F(Input, without_a_tap_keys_reach_the_application_in_front_or_nobody) {
-  desktop.pressKey('x');
-  desktop.setFrontmost(editor);
-  desktop.type("ab");
-  desktop.activate(dialog);
-  desktop.type("c");
-  EXPECT_EQ(desktop.textIn(editor), "ab");
-  EXPECT_EQ(desktop.textIn(dialog), "c");
-  EXPECT_EQ(desktop.inputRecords().front().application, std::nullopt);
-  EXPECT_EQ(desktop.inputRecords().size(), 7U);
-}
-
-TEST_F(Input, what_a_tap_drops_reaches_nobody_and_what_it_may_not_see_passes) {
-  desktop.activate(editor);
-  TapThread tap(holdBack());
-  holding = true;
-  desktop.type("ab");
-  EXPECT_EQ(desktop.suppressedEvents(), 4U);
-  EXPECT_TRUE(desktop.inputDeliveredTo(editor).empty());
-  desktop.sendEvent(2);  // a button is released: outside of the mask
-  EXPECT_EQ(seen.size(), 4U);
-  EXPECT_EQ(desktop.inputDeliveredTo(editor).size(), 1U);
-}
-
-TEST_F(Input, events_carry_modifiers_and_place_to_tap_and_application) {
-  desktop.activate(editor);
-  std::vector<std::pair<CGEventFlags, double>> inTap;
-  TapThread tap([&](CGEventType, CGEvent& event) {
-    inTap.emplace_back(CGEventGetFlags(event), CGEventGetLocation(event).y);
-    EXPECT_FALSE(isMainThread());
-    return true;
-  });
-  desktop.clickMouse({3, 40}, kCGEventRightMouseDown);
-  desktop.changeFlags(kCGEventFlagMaskCommand);
-  desktop.pressKey('q');
-  EXPECT_EQ(inTap, (std::vector<std::pair<CGEventFlags, double>>{
-                       {0, 40}, {kCGEventFlagMaskCommand, 40}, {kCGEventFlagMaskCommand, 40}}));
-  const auto key = desktop.inputDeliveredTo(editor).back();
-  EXPECT_EQ(key.type, kCGEventKeyDown);
-  EXPECT_EQ(key.key, 'q');
-  EXPECT_EQ(key.flags, kCGEventFlagMaskCommand);
-}
 
 TEST_F(Input, posted_keys_pass_the_tap_again_and_arrive_in_order_before_later_ones) {
   desktop.activate(editor);
@@ -112,18 +110,6 @@ TEST_F(Input, a_tap_sees_the_application_that_its_event_goes_to) {
   EXPECT_EQ(NSWorkspace::sharedWorkspace().frontmostApplication(), dialog);
 }
 
-TEST_F(Input, an_input_verb_runs_nothing_of_the_main_thread) {
-  TapThread tap([&](CGEventType, CGEvent&) {
-    seen += 't';
-    runOnMainThread([&] { seen += 'm'; });
-    return true;
-  });
-  desktop.type("a");
-  EXPECT_EQ(seen, "tt");
-  desktop.settle();
-  EXPECT_EQ(seen, "ttmm");
-}
-
 TEST_F(Input, a_disabled_stopped_or_released_tap_holds_nothing_back) {
   desktop.activate(editor);
   {
@@ -143,84 +129,6 @@ TEST_F(Input, a_disabled_stopped_or_released_tap_holds_nothing_back) {
   EXPECT_EQ(desktop.textIn(editor), "bde");
   EXPECT_EQ(desktop.liveTaps(), 0U);
   EXPECT_EQ(desktop.liveRunLoopSources(), 0U);
-}
-
-TEST_F(Input, a_tap_whose_thread_has_left_its_loop_is_passed_over) {
-  desktop.activate(editor);
-  TapThread tap(holdBack());
-  holding = true;
-  desktop.settle();
-  tap.leaveLoop();
-  desktop.advance(1s);
-  desktop.pressKey('a');
-  EXPECT_EQ(desktop.textIn(editor), "a");
-}
-
-TEST_F(Input, a_listening_tap_cannot_drop_and_the_head_of_the_chain_comes_first) {
-  desktop.activate(editor);
-  std::string order;
-  const auto drop = [&order](char name) {
-    return [&order, name](CGEventType, CGEvent&) {
-      order += name;
-      return false;
-    };
-  };
-  TapThread earlier(drop('1'), TapThread::keysAndClicks, CGEventTapOptions::active);
-  TapThread later(drop('2'), TapThread::keysAndClicks, CGEventTapOptions::listenOnly);
-  desktop.pressKey('a');
-  EXPECT_EQ(order, "21");
-  EXPECT_EQ(desktop.textIn(editor), "");
-}
-
-TEST_F(Input, a_tap_needs_its_permissions) {
-  const auto canCreate = [](CGEventTapOptions options) {
-    return CGEventTapCreate(
-               CGEventTapLocation::session, CGEventTapPlacement::headInsert, options, 1 << kCGEventKeyDown,
-               [](CGEventTapProxy, CGEventType, CGEvent& event, void*) { return &event; }, nullptr) != nullptr;
-  };
-  using enum CGEventTapOptions;
-  EXPECT_TRUE(canCreate(active) && canCreate(listenOnly));
-  desktop.grantAccessibility(false);
-  EXPECT_TRUE(!canCreate(active) && canCreate(listenOnly));
-  desktop.grantAccessibility();
-  desktop.grantInputMonitoring(false);
-  EXPECT_TRUE(!canCreate(active) && !canCreate(listenOnly));
-  desktop.grantInputMonitoring();
-  desktop.refuseTaps();
-  EXPECT_TRUE(!canCreate(active) && !canCreate(listenOnly));
-  EXPECT_EQ(desktop.liveTaps(), 0U);
-}
-
-TEST_F(Input, the_system_disables_a_tap_and_tells_it_so) {
-  desktop.activate(editor);
-  std::vector<CGEventType> types;
-  TapThread tap([&](CGEventType type, CGEvent&) {
-    types.push_back(type);
-    return type == kCGEventTapDisabledByTimeout;
-  });
-  desktop.disableTapBySystem(kCGEventTapDisabledByTimeout);
-  EXPECT_FALSE(CGEventTapIsEnabled(tap.port()));
-  desktop.pressKey('a');
-  EXPECT_EQ(types, std::vector<CGEventType>{kCGEventTapDisabledByTimeout});
-  EXPECT_EQ(desktop.textIn(editor), "a");
-  EXPECT_EQ(desktop.inputRecords().size(), 1U);
-}
-
-TEST_F(Input, events_may_refuse_to_be_copied_and_the_desktop_to_take_posts) {
-  desktop.activate(editor);
-  TapThread tap(holdBack());
-  holding = true;
-  desktop.makeEventsUncopyable();
-  desktop.pressKey('a');
-  EXPECT_TRUE(held.empty());
-  desktop.makeEventsUncopyable(false);
-  desktop.pressKey('b');
-  ASSERT_EQ(held.size(), 1U);
-  holding = false;
-  desktop.dropPostedEvents();
-  postHeld();
-  desktop.settle();
-  EXPECT_EQ(desktop.textIn(editor), "");
 }
 
 }  // namespace

@@ -45,12 +45,5 @@ TEST(Log, a_level_that_is_off_writes_nothing_and_no_other_level_or_category_is_t
   EXPECT_EQ(desktop.logMessages(LogCategory::gesture), std::vector<std::string>{"c"});
 }
 
-TEST(Log, without_a_desktop_nothing_is_written) {
-  { const SimulatedDesktop desktop; }
-  Logger(LogCategory::lifecycle).error("nobody listens");
-  const SimulatedDesktop desktop;
-  EXPECT_TRUE(desktop.logLines().empty());
-}
-
 }  // namespace
 }  // namespace platform

@@ -6,7 +6,6 @@
 #include <ctime>
 #include <limits>
 #include <optional>
-#include <string>
 
 #include "platform/NSCalendar.h"
 
@@ -21,25 +20,17 @@ using std::chrono::year;
 class BerlinCalendar : public testing::Test {
  public:
   BerlinCalendar() {
-    if (const char* zone = std::getenv("TZ")) previous_ = zone;  // NOLINT(concurrency-mt-unsafe)
-    setenv("TZ", "Europe/Berlin", 1);                            // NOLINT(concurrency-mt-unsafe)
+    setenv("TZ", "Europe/Berlin", 1);  // NOLINT(concurrency-mt-unsafe)
     tzset();
   }
   ~BerlinCalendar() override {
-    if (previous_) {
-      setenv("TZ", previous_->c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
-    } else {
-      unsetenv("TZ");  // NOLINT(concurrency-mt-unsafe)
-    }
+    unsetenv("TZ");  // NOLINT(concurrency-mt-unsafe)
     tzset();
   }
 
   static Date utc(unsigned month, unsigned day, std::chrono::nanoseconds time) {
     return sys_days(year(2026) / std::chrono::month(month) / std::chrono::day(day)) + time;
   }
-
- private:
-  std::optional<std::string> previous_;
 };
 
 TEST_F(BerlinCalendar, keeps_the_local_time_of_day_over_a_daylight_saving_change) {

@@ -14,12 +14,6 @@ struct NotificationCenter : testing::Test {
   NSNotificationCenter::Block note(const std::string& what) {
     return [this, what](const NSNotification&) { trace += what; };
   }
-  void postInBackground() {
-    runInBackground(QualityOfService::standard, [this] {
-      center.postNotification({"n", {}});
-      trace += "posted ";
-    });
-  }
 
   SimulatedDesktop desktop;
   NSNotificationCenter& center = NSNotificationCenter::defaultCenter();
@@ -40,7 +34,10 @@ TEST_F(NotificationCenter, a_main_queue_observer_hears_of_a_background_post_in_a
     EXPECT_TRUE(isMainThread());
     trace += "main ";
   });
-  postInBackground();
+  runInBackground(QualityOfService::standard, [this] {
+    center.postNotification({"n", {}});
+    trace += "posted ";
+  });
   desktop.settle();
   EXPECT_EQ(trace, "poster posted main ");
 }
@@ -76,14 +73,6 @@ TEST_F(NotificationCenter, a_block_may_remove_itself_and_add_others_that_hear_of
   center.postNotification({"n", {}});
   EXPECT_EQ(trace, "held next ");
   center.removeObserver(self);  // long gone
-}
-
-TEST_F(NotificationCenter, gives_values_by_key_and_type_only) {
-  const NSNotification notification{"n", {{"pid", std::int32_t{5}}, {"name", std::string("x")}}};
-  EXPECT_EQ(notification.value<std::int32_t>("pid"), 5);
-  EXPECT_EQ(notification.value<std::string>("name"), "x");
-  EXPECT_EQ(notification.value<std::string>("pid"), std::nullopt);
-  EXPECT_EQ(notification.value<std::int32_t>("p"), std::nullopt);
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "TapThread.h"
 #include "platform/simulated/SimulatedDesktop.h"
 
 namespace platform::simulated {
@@ -15,7 +14,20 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const TapThread::Decision passAll = [](CGEventType, CGEvent&) { return true; };
+CFMachPortRef createTap() {
+  return CGEventTapCreate(
+      CGEventTapLocation::hid, CGEventTapPlacement::headInsert, CGEventTapOptions::active, 1 << kCGEventKeyDown,
+      [](CGEventTapProxy, CGEventType, CGEvent& event, void*) { return &event; }, nullptr);
+}
+
+// Work that never ends.
+Work runLoopOf(const CFMachPortRef& port) {
+  return [port] {
+    CFRunLoopAddSource(CFRunLoopGetCurrent(), CFMachPortCreateRunLoopSource(kCFAllocatorDefault, port, 0),
+                       kCFRunLoopCommonModes);
+    for (;;) CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1.0, true);
+  };
+}
 
 struct Queues : testing::Test {
   SimulatedDesktop desktop;
@@ -50,16 +62,6 @@ TEST_F(Queues, sync_runs_nothing_of_the_main_thread_meanwhile) {
   EXPECT_EQ(trace, "qm");
 }
 
-TEST_F(Queues, work_of_one_queue_may_wait_for_another) {
-  const auto other = dispatchQueueCreate("other", QualityOfService::standard);
-  other->async([&] { trace += "1"; });
-  queue->sync([&] {
-    other->sync([&] { trace += "2"; });
-    trace += "3";
-  });
-  EXPECT_EQ(trace, "123");
-}
-
 TEST_F(Queues, destroying_a_queue_waits_for_all_of_its_work) {
   queue->async([&, handle = queue.get()] {
     sleepForTimeInterval(0.2);
@@ -77,9 +79,7 @@ TEST_F(Queues, a_run_loop_ends_at_its_time_or_when_it_is_stopped_or_has_no_sourc
     const auto result = CFRunLoopRunInMode(kCFRunLoopDefaultMode, seconds, false);
     results.emplace_back(result, (DispatchTime::now().uptimeNanoseconds - start) / 1'000'000);
   };
-  const auto port = CGEventTapCreate(
-      CGEventTapLocation::hid, CGEventTapPlacement::headInsert, CGEventTapOptions::active, 1 << kCGEventKeyDown,
-      [](CGEventTapProxy, CGEventType, CGEvent& event, void*) { return &event; }, nullptr);
+  const auto port = createTap();
   const auto source = CFMachPortCreateRunLoopSource(kCFAllocatorDefault, port, 0);
   CFRunLoopRef loop;
   queue->async([&] {
@@ -102,76 +102,29 @@ TEST_F(Queues, a_run_loop_ends_at_its_time_or_when_it_is_stopped_or_has_no_sourc
                          {finished, 0}, {timedOut, 1000}, {stopped, 1500}, {finished, 1600}}));
 }
 
-TEST_F(Queues, a_run_loop_returns_after_each_handled_event_if_asked_to) {
-  TapThread tap(passAll);
-  desktop.pressKey('a');
-  EXPECT_EQ(tap.lastResult(), CFRunLoopRunResult::handledSource);
-  desktop.advance(1s);
-  EXPECT_EQ(tap.lastResult(), CFRunLoopRunResult::timedOut);
-}
-
-TEST_F(Queues, a_loop_told_to_stop_frees_its_queue_without_its_time_passing) {
-  const auto tap = std::make_unique<TapThread>(passAll);
-  desktop.settle();
-  const auto before = DispatchTime::now().uptimeNanoseconds;
-  tap->stop();
-  tap->queue().sync([&] { trace += "free"; });
-  EXPECT_EQ(trace, "free");
-  EXPECT_EQ(DispatchTime::now().uptimeNanoseconds, before);
-}
-
-TEST_F(Queues, a_loop_whose_flag_alone_is_cleared_frees_its_queue_at_the_end_of_its_slice) {
-  TapThread tap(passAll);
-  desktop.advance(1300ms);
-  const auto before = DispatchTime::now().uptimeNanoseconds;
-  tap.leaveLoop();
-  tap.queue().sync([] {});
-  EXPECT_EQ(DispatchTime::now().uptimeNanoseconds - before, 700'000'000U);
-}
-
 TEST(QueueAtTheEnd, a_desktop_that_goes_away_unwinds_threads_out_of_their_run_loops) {
   std::unique_ptr<DispatchQueue> outlives;
   auto held = std::make_shared<int>();
   {
     SimulatedDesktop desktop;
-    const auto port = CGEventTapCreate(
-        CGEventTapLocation::hid, CGEventTapPlacement::headInsert, CGEventTapOptions::active, 1 << kCGEventKeyDown,
-        [](CGEventTapProxy, CGEventType, CGEvent& event, void*) { return &event; }, nullptr);
     outlives = dispatchQueueCreate("queue", QualityOfService::standard);
-    outlives->async([port, held] {
-      CFRunLoopAddSource(CFRunLoopGetCurrent(), CFMachPortCreateRunLoopSource(kCFAllocatorDefault, port, 0),
-                         kCFRunLoopCommonModes);
-      for (;;) CFRunLoopRunInMode(kCFRunLoopDefaultMode, 1.0, true);
-    });
+    outlives->async([held, work = runLoopOf(createTap())] { work(); });
     outlives->async([held] { FAIL(); });
     desktop.advance(3s);
   }
   EXPECT_EQ(held.use_count(), 1);
 }
 
-TEST(QueueDeathTest, waiting_for_what_never_ends_ends_the_process_with_a_message) {
+TEST(QueueDeathTest, a_deadlock_ends_the_process_with_a_message) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   SimulatedDesktop desktop;
   EXPECT_DEATH(
       {
-        TapThread tap(passAll);
-        tap.queue().sync([] {});
+        const auto queue = dispatchQueueCreate("tap", QualityOfService::standard);
+        queue->async(runLoopOf(createTap()));
+        queue->sync([] {});
       },
       "deadlock: sync\\(\\) waits for earlier work of queue tap");
-  EXPECT_DEATH(
-      {
-        const auto queue = dispatchQueueCreate("queue", QualityOfService::standard);
-        queue->async([&] { queue->sync([] {}); });
-        desktop.settle();
-      },
-      "sync\\(\\) from the queue's own work: queue");
-  EXPECT_DEATH(
-      {
-        auto queue = dispatchQueueCreate("queue", QualityOfService::standard);
-        queue->async([&] { queue.reset(); });
-        desktop.settle();
-      },
-      "destroyed by its own work");
 }
 
 }  // namespace

@@ -1,11 +1,9 @@
 // Virtual time and what runs when: faults here would hide faults of every timer of the engine.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 #include "platform/simulated/SimulatedDesktop.h"
@@ -79,25 +77,6 @@ TEST_F(Time, work_due_at_one_moment_runs_in_the_order_of_its_handing_over_on_wha
   EXPECT_EQ(trace, "12345");
 }
 
-TEST_F(Time, main_thread_work_never_runs_inside_the_call_that_hands_it_over) {
-  runOnMainThread([&] {
-    runOnMainThread(note("b"));
-    const auto dropped = runOnMainThreadAfter(0ms, note("never"));
-    trace += "a";
-  });
-  EXPECT_EQ(trace, "");
-  desktop.settle();
-  EXPECT_EQ(trace, "ab");
-}
-
-TEST_F(Time, only_the_creating_thread_is_the_main_thread) {
-  EXPECT_TRUE(isMainThread());
-  bool inBackground = true;
-  runInBackground(QualityOfService::standard, [&] { inBackground = isMainThread(); });
-  desktop.settle();
-  EXPECT_FALSE(inBackground);
-}
-
 TEST_F(Time, a_sleeping_main_thread_lets_other_threads_work_but_none_of_its_own) {
   auto background = runInBackgroundAfter(40ms, note("b"));
   auto onMain = runOnMainThreadAfter(20ms, note("m"));
@@ -109,20 +88,6 @@ TEST_F(Time, a_sleeping_main_thread_lets_other_threads_work_but_none_of_its_own)
   });
   desktop.settle();
   EXPECT_EQ(trace, "bsm");
-}
-
-TEST_F(Time, a_sleeping_background_task_holds_up_nobody_else) {
-  runInBackground(QualityOfService::standard, [&] {
-    sleepForTimeInterval(0.05);
-    trace += "a";
-  });
-  runInBackground(QualityOfService::standard, note("b"));
-  desktop.settle();
-  EXPECT_EQ(trace, "b");
-  desktop.advance(49ms);
-  EXPECT_EQ(trace, "b");
-  desktop.advance(1ms);
-  EXPECT_EQ(trace, "ba");
 }
 
 TEST_F(Time, a_cancelled_or_forgotten_timer_does_not_act_and_frees_what_it_holds) {
@@ -139,20 +104,6 @@ TEST_F(Time, a_cancelled_or_forgotten_timer_does_not_act_and_frees_what_it_holds
   EXPECT_EQ(held.use_count(), 1);
   desktop.advance(1s);
   EXPECT_EQ(trace, "r");
-}
-
-TEST_F(Time, a_timer_may_cancel_itself_and_another_one_due_at_the_same_moment) {
-  ScheduledTask first;
-  ScheduledTask second;
-  first = runOnMainThreadAfter(5ms, [&] {
-    trace += "1";
-    first.cancel();
-    second.cancel();
-    trace += "-";
-  });
-  second = runInBackgroundAfter(5ms, note("2"));
-  desktop.advance(5ms);
-  EXPECT_EQ(trace, "1-");
 }
 
 TEST_F(Time, cancelling_waits_for_work_that_is_acting_on_another_thread) {
@@ -181,33 +132,6 @@ TEST_F(Time, work_may_come_from_threads_that_the_desktop_has_not_made) {
   EXPECT_EQ(trace, std::string(100, 'x'));
 }
 
-TEST(TimeAtTheEnd, work_that_has_not_run_is_dropped_and_may_cancel_and_hand_over_more_while_it_goes) {
-  class Last {
-   public:
-    Last(ScheduledTask other, bool& gone) : other_(std::move(other)), gone_(gone) {}
-    Last(const Last&) = delete;
-    Last& operator=(const Last&) = delete;
-    ~Last() {
-      other_.cancel();
-      runOnMainThread([] { FAIL(); });
-      gone_ = true;
-    }
-
-   private:
-    ScheduledTask other_;
-    bool& gone_;
-  };
-  bool gone = false;
-  ScheduledTask outlives;
-  {
-    SimulatedDesktop desktop;
-    auto last = std::make_shared<Last>(runOnMainThreadAfter(1s, [] { FAIL(); }), gone);
-    outlives = runInBackgroundAfter(1s, [last = std::move(last)] { FAIL(); });
-  }
-  EXPECT_TRUE(gone);
-  outlives.cancel();
-}
-
 TEST(TimeAtTheEnd, a_thread_asleep_is_woken_and_ended) {
   bool ended = false;
   {
@@ -220,24 +144,6 @@ TEST(TimeAtTheEnd, a_thread_asleep_is_woken_and_ended) {
     EXPECT_FALSE(ended);
   }
   EXPECT_TRUE(ended);
-}
-
-TEST(TimeDeathTest, what_cannot_come_to_an_end_ends_the_process_with_a_message) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  SimulatedDesktop desktop;
-  EXPECT_DEATH(
-      {
-        const std::function<void()> forEver = [&] { runOnMainThread(forEver); };
-        forEver();
-        desktop.settle();
-      },
-      "goes on and on");
-  EXPECT_DEATH(
-      {
-        runOnMainThread([&] { desktop.advance(1s); });
-        desktop.settle();
-      },
-      "inside the program's own work");
 }
 
 }  // namespace
