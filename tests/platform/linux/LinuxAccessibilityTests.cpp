@@ -34,19 +34,30 @@ QDBusConnection connectToAccessibilityBus() {
   return QDBusConnection::connectToBus(address.value(), connectionName);
 }
 
-AXObserverRef observe(LinuxAccessibility& accessibility, std::int32_t pid, int& count) {
-  const auto created = accessibility.createObserver(
-      pid, [](AXObserver&, const AXUIElement&, const std::string&, void* refcon) { ++*static_cast<int*>(refcon); });
+void count(AXObserver&, const AXUIElement&, const std::string&, void* counter) {
+  ++*static_cast<int*>(counter);
+}
+
+void attach(const AXObserverRef& observer) {
+  std::dynamic_pointer_cast<MainLoopSource>(observer->runLoopSource())->attach();
+}
+
+AXObserverRef observe(LinuxAccessibility& accessibility, std::int32_t pid, int& counter) {
+  const auto created = accessibility.createObserver(pid, &count);
   auto observer = std::get<AXObserverRef>(created);
   const auto element = std::make_shared<const AXUIElement>(pid);
-  EXPECT_EQ(observer->addNotification(element, "AXTitleChanged", &count), AXError::notificationUnsupported);
-  EXPECT_EQ(observer->addNotification(element, kAXApplicationActivatedNotification, &count), AXError::success);
+  EXPECT_EQ(observer->addNotification(element, "AXTitleChanged", &counter), AXError::notificationUnsupported);
+  EXPECT_EQ(observer->addNotification(element, kAXApplicationActivatedNotification, &counter), AXError::success);
   return observer;
 }
 
-TEST(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAttached) {
+class LinuxAccessibilityTest : public testing::Test {
+ protected:
   const DesktopScene scene;
-  const auto connection = XcbConnection::open();
+  const std::unique_ptr<XcbConnection> connection = XcbConnection::open();
+};
+
+TEST_F(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAttached) {
   LinuxAccessibility accessibility(*connection);
   auto bus = connectToAccessibilityBus();
   ASSERT_TRUE(bus.isConnected());
@@ -54,9 +65,8 @@ TEST(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAttach
   int others = 0;
   const auto ownObserver = observe(accessibility, getpid(), own);
   const auto othersObserver = observe(accessibility, 1, others);
-  const auto source = std::dynamic_pointer_cast<MainLoopSource>(ownObserver->runLoopSource());
-  std::dynamic_pointer_cast<MainLoopSource>(othersObserver->runLoopSource())->attach();
-  source->attach();
+  attach(ownObserver);
+  attach(othersObserver);
 
   // Until the observer's own connection stands, what is said is not heard.
   ASSERT_TRUE(runUntil([&] {
@@ -64,7 +74,7 @@ TEST(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAttach
     return own > 0;
   }));
   runFor(std::chrono::milliseconds(100));
-  source->detach();
+  std::dynamic_pointer_cast<MainLoopSource>(ownObserver->runLoopSource())->detach();
   own = 0;
   announceActivation(bus);
   runFor(std::chrono::milliseconds(100));
@@ -73,19 +83,17 @@ TEST(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAttach
   QDBusConnection::disconnectFromBus(connectionName);
 }
 
-TEST(LinuxAccessibilityTest, FindsTheBusAgainThatEndedAndCameBack) {
-  const DesktopScene scene;
-  const auto connection = XcbConnection::open();
+TEST_F(LinuxAccessibilityTest, FindsTheBusAgainThatEndedAndCameBack) {
   LinuxAccessibility accessibility(*connection);
-  int count = 0;
-  const auto observer = observe(accessibility, getpid(), count);
-  std::dynamic_pointer_cast<MainLoopSource>(observer->runLoopSource())->attach();
+  int activations = 0;
+  const auto observer = observe(accessibility, getpid(), activations);
+  attach(observer);
   const auto isHeard = [&] {
-    count = 0;
+    activations = 0;
     auto bus = connectToAccessibilityBus();
     const bool heard = runUntil([&] {
-      if (count == 0) announceActivation(bus);
-      return count > 0;
+      if (activations == 0) announceActivation(bus);
+      return activations > 0;
     });
     QDBusConnection::disconnectFromBus(connectionName);
     return heard;
@@ -100,17 +108,14 @@ TEST(LinuxAccessibilityTest, FindsTheBusAgainThatEndedAndCameBack) {
   EXPECT_TRUE(isHeard()) << "whoever asks for it brings it back";
 }
 
-TEST(LinuxAccessibilityTest, WithoutABusNothingCanBeObservedAndNobodyWaits) {
-  const DesktopScene scene;
-  const auto connection = XcbConnection::open();
+TEST_F(LinuxAccessibilityTest, WithoutABusNothingCanBeObservedAndNobodyWaits) {
   for (const char* variable : {"DBUS_SESSION_BUS_ADDRESS", "AT_SPI_BUS_ADDRESS"}) {
     for (const char* address : {static_cast<const char*>(nullptr), "unix:path=/nowhere"}) {
       const TestEnvironment noBus({{"DBUS_SESSION_BUS_ADDRESS", nullptr}, {"AT_SPI_BUS_ADDRESS", nullptr}});
       const TestEnvironment environment{{{variable, address}}};
       LinuxAccessibility accessibility(*connection);
       EXPECT_TRUE(runUntil([&] {
-        const auto created =
-            accessibility.createObserver(getpid(), [](AXObserver&, const AXUIElement&, const std::string&, void*) {});
+        const auto created = accessibility.createObserver(getpid(), &count);
         const auto* error = std::get_if<AXError>(&created);
         return error && *error == AXError::apiDisabled;
       })) << variable
@@ -119,9 +124,7 @@ TEST(LinuxAccessibilityTest, WithoutABusNothingCanBeObservedAndNobodyWaits) {
   }
 }
 
-TEST(LinuxAccessibilityTest, NobodyWaitsForABusThatDoesNotAnswer) {
-  const DesktopScene scene;
-  const auto connection = XcbConnection::open();
+TEST_F(LinuxAccessibilityTest, NobodyWaitsForABusThatDoesNotAnswer) {
   const SilentBus silent;
   const std::string address = silent.address();
   for (const char* variable : {"DBUS_SESSION_BUS_ADDRESS", "AT_SPI_BUS_ADDRESS"}) {
@@ -130,9 +133,9 @@ TEST(LinuxAccessibilityTest, NobodyWaitsForABusThatDoesNotAnswer) {
     const auto start = std::chrono::steady_clock::now();
     {
       LinuxAccessibility accessibility(*connection);
-      int count = 0;
-      const auto observer = observe(accessibility, getpid(), count);
-      std::dynamic_pointer_cast<MainLoopSource>(observer->runLoopSource())->attach();
+      int activations = 0;
+      const auto observer = observe(accessibility, getpid(), activations);
+      attach(observer);
       runFor(std::chrono::milliseconds(200));
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << variable;

@@ -24,9 +24,8 @@ struct Pipe {
     reader = FileDescriptor(ends[0]);
     writer = FileDescriptor(ends[1]);
   }
-  // What was written, once the writer's end is closed.
-  std::string readAll() {
-    writer = FileDescriptor();
+  // What is written until the writer's end is closed.
+  std::string readAll() const {
     std::string all;
     std::array<char, 4096> bytes{};
     for (ssize_t count = 0; (count = ::read(reader.get(), bytes.data(), bytes.size())) > 0;) {
@@ -49,6 +48,7 @@ TEST(LinuxLogTest, AMessageBecomesOneLineWhateverIsInIt) {
     log.write(LogCategory::focus, LogLevel::standard, "🔔 thief\n\x1b[2Jname\xff");
     log.write(LogCategory::buffer, LogLevel::error, std::string(100000, 'x'));
   }
+  pipe.writer = FileDescriptor();
   const std::string lines = pipe.readAll();
   EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 2);
   EXPECT_THAT(lines, HasSubstr(" app.varnolet.Varnolet [focus] default: 🔔 thief\\x0a\\x1b[2Jname\uFFFD\n"));
@@ -98,12 +98,7 @@ TEST(LinuxLogTest, MessagesThatWereDroppedAreCounted) {
   {
     LinuxLog log("test", slow.writer.get());
     for (int i = 0; i < 20000; ++i) log.write(LogCategory::focus, LogLevel::info, std::string(100, 'x'));
-    reader = std::thread([&, descriptor = slow.reader.get()] {
-      std::array<char, 65536> bytes{};
-      for (ssize_t count = 0; (count = ::read(descriptor, bytes.data(), bytes.size())) > 0;) {
-        lines.append(bytes.data(), static_cast<std::size_t>(count));
-      }
-    });
+    reader = std::thread([&] { lines = slow.readAll(); });
   }
   slow.writer = FileDescriptor();
   reader.join();

@@ -8,8 +8,10 @@
 namespace platform::linux_desktop {
 namespace {
 
-class WindowOwnersTest : public testing::TestWithParam<stage::WindowManager> {
+class WindowOwnersTest : public testing::Test {
  protected:
+  explicit WindowOwnersTest(stage::WindowManager manager = stage::WindowManager::openbox) : scene(manager) {}
+
   void manage(Application& owner, xcb_window_t window) {
     owner.map(window);
     ASSERT_TRUE(stage::eventually([&] { return scene.isManaged(window); }));
@@ -19,14 +21,19 @@ class WindowOwnersTest : public testing::TestWithParam<stage::WindowManager> {
     return owners.ownerOf(window);
   }
 
-  DesktopScene scene{GetParam()};
+  DesktopScene scene;
   Application application{scene.desktop};
   Application other{scene.desktop};
   std::unique_ptr<XcbConnection> connection = XcbConnection::open();
   WindowOwners owners{*connection};
 };
 
-TEST_P(WindowOwnersTest, AClientItsInsideAndItsFrameBelongToTheirProcess) {
+class WindowFramesTest : public WindowOwnersTest, public testing::WithParamInterface<stage::WindowManager> {
+ protected:
+  WindowFramesTest() : WindowOwnersTest(GetParam()) {}
+};
+
+TEST_P(WindowFramesTest, AClientItsInsideAndItsFrameBelongToTheirProcess) {
   const xcb_window_t window = application.create();
   const xcb_window_t innermost = application.createInside(application.createInside(window));
   EXPECT_EQ(ownerOf(window), application.process()) << "before anybody manages it";
@@ -38,7 +45,11 @@ TEST_P(WindowOwnersTest, AClientItsInsideAndItsFrameBelongToTheirProcess) {
   EXPECT_EQ(owners.clientWindowOf(innermost), window);
 }
 
-TEST_P(WindowOwnersTest, WhatIsNobodysHasNoOwner) {
+INSTANTIATE_TEST_SUITE_P(On, WindowFramesTest,
+                         testing::Values(stage::WindowManager::openbox, stage::WindowManager::xfwm4),
+                         [](const auto& parameter) { return stage::nameOf(parameter.param); });
+
+TEST_F(WindowOwnersTest, WhatIsNobodysHasNoOwner) {
   for (const char* type :
        {"_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_WINDOW_TYPE_NOTIFICATION",
         "_NET_WM_WINDOW_TYPE_TOOLTIP", "_NET_WM_WINDOW_TYPE_POPUP_MENU"}) {
@@ -59,7 +70,7 @@ TEST_P(WindowOwnersTest, WhatIsNobodysHasNoOwner) {
   }
 }
 
-TEST_P(WindowOwnersTest, ATransientWindowBelongsToTheApplicationThatItIsTransientFor) {
+TEST_F(WindowOwnersTest, ATransientWindowBelongsToTheApplicationThatItIsTransientFor) {
   const xcb_window_t document = application.create();
   manage(application, document);
   const xcb_window_t dialog = other.create();
@@ -73,29 +84,21 @@ TEST_P(WindowOwnersTest, ATransientWindowBelongsToTheApplicationThatItIsTransien
   EXPECT_EQ(ownerOf(dialog), other.process()) << "of its own process once the other window is gone";
 }
 
-TEST_P(WindowOwnersTest, ATransientThatLeadsNowhereBelongsToItsOwnProcess) {
+TEST_F(WindowOwnersTest, ATransientThatLeadsNowhereBelongsToItsOwnProcess) {
   const xcb_window_t window = application.create();
-  scene.setWindow(window, "WM_TRANSIENT_FOR", connection->root());
-  EXPECT_EQ(ownerOf(window), application.process());
-  scene.setWindow(window, "WM_TRANSIENT_FOR", window);
-  EXPECT_EQ(ownerOf(window), application.process());
-  scene.setWindow(window, "WM_TRANSIENT_FOR", 0x7FFFFFFF);
-  EXPECT_EQ(ownerOf(window), application.process());
-
   const xcb_window_t counterpart = other.create();
-  scene.setWindow(window, "WM_TRANSIENT_FOR", counterpart);
   scene.setWindow(counterpart, "WM_TRANSIENT_FOR", window);
-  EXPECT_EQ(ownerOf(window), application.process());
-  EXPECT_EQ(ownerOf(counterpart), other.process());
-
   const xcb_window_t panel = other.create();
   scene.setType(panel, "_NET_WM_WINDOW_TYPE_DOCK");
-  scene.setWindow(window, "WM_TRANSIENT_FOR", panel);
-  EXPECT_EQ(ownerOf(window), application.process());
+  for (const xcb_window_t target : {connection->root(), window, xcb_window_t{0x7FFFFFFF}, counterpart, panel}) {
+    scene.setWindow(window, "WM_TRANSIENT_FOR", target);
+    EXPECT_EQ(ownerOf(window), application.process()) << target;
+    EXPECT_EQ(ownerOf(counterpart), target == counterpart ? other.process() : application.process()) << target;
+  }
 }
 
 // The question may be asked while the whole server waits for the answer.
-TEST_P(WindowOwnersTest, AWindowWithMoreInsideThanAnyFrameIsNotSearchedToItsEnd) {
+TEST_F(WindowOwnersTest, AWindowWithMoreInsideThanAnyFrameIsNotSearchedToItsEnd) {
   const auto fill = [this](xcb_window_t window, int count) {
     for (; count > 0; --count) {
       xcb_create_window(*connection, XCB_COPY_FROM_PARENT, xcb_generate_id(*connection), window, 0, 0, 1, 1, 0,
@@ -118,7 +121,7 @@ TEST_P(WindowOwnersTest, AWindowWithMoreInsideThanAnyFrameIsNotSearchedToItsEnd)
   EXPECT_LT(xcb_no_operation(*connection).sequence - before, 100U) << "requests";
 }
 
-TEST_P(WindowOwnersTest, PropertiesOfTheWrongTypeAreNoHarm) {
+TEST_F(WindowOwnersTest, PropertiesOfTheWrongTypeAreNoHarm) {
   const xcb_window_t window = application.create();
   for (const char* property : {"WM_TRANSIENT_FOR", "_NET_WM_WINDOW_TYPE", "_NET_WM_PID", "WM_CLIENT_MACHINE"}) {
     scene.setText(window, property, std::string(70000, '\xff'));
@@ -127,10 +130,6 @@ TEST_P(WindowOwnersTest, PropertiesOfTheWrongTypeAreNoHarm) {
   scene.setText(window, "WM_TRANSIENT_FOR", "");
   EXPECT_EQ(ownerOf(window), application.process());
 }
-
-INSTANTIATE_TEST_SUITE_P(On, WindowOwnersTest,
-                         testing::Values(stage::WindowManager::openbox, stage::WindowManager::xfwm4),
-                         [](const auto& parameter) { return stage::nameOf(parameter.param); });
 
 }  // namespace
 }  // namespace platform::linux_desktop

@@ -7,25 +7,36 @@
 #include "EventLoop.h"
 #include "platform/linux/InputDevices.h"
 #include "platform/linux/KeymapKeeper.h"
+#include "platform/linux/KeymapMirror.h"
 
 namespace platform::linux_desktop {
 namespace {
 
-class KeymapKeeperTest : public testing::Test {
+class KeymapTest : public testing::Test {
  protected:
-  KeymapKeeperTest() {
+  KeymapTest() {
     EXPECT_TRUE(devices.isSupported());
     devices.refresh({});
-    keeper.begin();
+    keyboard = devices.keyboards().front();
   }
-  void choose(const char* layout, DeviceId keyboard) const {
-    ASSERT_TRUE(scene.desktop.run({"setxkbmap", "-device", std::to_string(keyboard), layout}));
+  void choose(const char* layout, DeviceId device) const {
+    ASSERT_TRUE(scene.desktop.run({"setxkbmap", "-device", std::to_string(device), layout}));
   }
-  std::string keymapOf(DeviceId keyboard) const {
+
+  DesktopScene scene;
+  std::unique_ptr<XcbConnection> connection = XcbConnection::open();
+  InputDevices devices{*connection};
+  DeviceId keyboard = 0;
+};
+
+class KeymapKeeperTest : public KeymapTest {
+ protected:
+  KeymapKeeperTest() { keeper.begin(); }
+  std::string keymapOf(DeviceId device) const {
     const std::unique_ptr<xkb_context, decltype(&xkb_context_unref)> context(xkb_context_new(XKB_CONTEXT_NO_FLAGS),
                                                                              xkb_context_unref);
     const std::unique_ptr<xkb_keymap, decltype(&xkb_keymap_unref)> keymap(
-        xkb_x11_keymap_new_from_device(context.get(), *connection, keyboard, XKB_KEYMAP_COMPILE_NO_FLAGS),
+        xkb_x11_keymap_new_from_device(context.get(), *connection, device, XKB_KEYMAP_COMPILE_NO_FLAGS),
         xkb_keymap_unref);
     const XcbOwned<char> text(xkb_keymap_get_as_string(keymap.get(), XKB_KEYMAP_FORMAT_TEXT_V1));
     return text.get();
@@ -44,14 +55,10 @@ class KeymapKeeperTest : public testing::Test {
     ASSERT_TRUE(runUntil([this] { return keeper.isReadyToOpen(); }));
   }
 
-  DesktopScene scene;
-  std::unique_ptr<XcbConnection> connection = XcbConnection::open();
-  InputDevices devices{*connection};
   KeymapKeeper keeper{*connection};
 };
 
 TEST_F(KeymapKeeperTest, BringsToTheKeyboardsWhatTheUserChangedAndNotWhatItCopiedItself) {
-  const DeviceId keyboard = devices.keyboards().front();
   const DeviceId xtest = *devices.xtestKeyboard();
   const DeviceId other = *devices.masterKeyboard();
   choose("de", keyboard);
@@ -74,6 +81,34 @@ TEST_F(KeymapKeeperTest, BringsToTheKeyboardsWhatTheUserChangedAndNotWhatItCopie
   EXPECT_GT(handleEvents(), 0);
   openGate();
   EXPECT_EQ(keymapOf(keyboard), french) << "the user's choice is lost";
+}
+
+class KeymapMirrorTest : public KeymapTest {
+ protected:
+  bool becomesIdle() {
+    return runUntil([this] { return mirror.isIdle(); });
+  }
+
+  KeymapMirror mirror;
+};
+
+TEST_F(KeymapMirrorTest, KeyboardsThatAreNotThereAreNoHarm) {
+  constexpr DeviceId nowhere = 200;
+  mirror.copy(nowhere, keyboard);
+  mirror.copy(keyboard, nowhere);
+  mirror.copy(nowhere, nowhere + 1);
+  EXPECT_TRUE(becomesIdle());
+  EXPECT_FALSE(connection->isLost());
+}
+
+TEST_F(KeymapMirrorTest, TheEndOfTheServerEndsNeitherTheProcessNorTheCopies) {
+  choose("de", keyboard);
+  mirror.copy(keyboard, *devices.xtestKeyboard());  // under way when the server ends
+  scene.desktop.killServer();
+  for (int i = 0; i < 500; ++i) {
+    mirror.copy(keyboard, *devices.xtestKeyboard());
+    ASSERT_TRUE(becomesIdle());
+  }
 }
 
 }  // namespace
