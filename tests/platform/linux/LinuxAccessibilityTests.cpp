@@ -38,8 +38,8 @@ void count(AXObserver&, const AXUIElement&, const std::string&, void* counter) {
   ++*static_cast<int*>(counter);
 }
 
-void attach(const AXObserverRef& observer) {
-  std::dynamic_pointer_cast<MainLoopSource>(observer->runLoopSource())->attach();
+std::shared_ptr<MainLoopSource> sourceOf(const AXObserverRef& observer) {
+  return std::dynamic_pointer_cast<MainLoopSource>(observer->runLoopSource());
 }
 
 AXObserverRef observe(LinuxAccessibility& accessibility, std::int32_t pid, int& counter) {
@@ -48,6 +48,7 @@ AXObserverRef observe(LinuxAccessibility& accessibility, std::int32_t pid, int& 
   const auto element = std::make_shared<const AXUIElement>(pid);
   EXPECT_EQ(observer->addNotification(element, "AXTitleChanged", &counter), AXError::notificationUnsupported);
   EXPECT_EQ(observer->addNotification(element, kAXApplicationActivatedNotification, &counter), AXError::success);
+  sourceOf(observer)->attach();
   return observer;
 }
 
@@ -65,8 +66,6 @@ TEST_F(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAtta
   int others = 0;
   const auto ownObserver = observe(accessibility, getpid(), own);
   const auto othersObserver = observe(accessibility, 1, others);
-  attach(ownObserver);
-  attach(othersObserver);
 
   // Until the observer's own connection stands, what is said is not heard.
   ASSERT_TRUE(runUntil([&] {
@@ -74,7 +73,7 @@ TEST_F(LinuxAccessibilityTest, TellsTheObserversOfAProcessWhileTheirSourceIsAtta
     return own > 0;
   }));
   runFor(std::chrono::milliseconds(100));
-  std::dynamic_pointer_cast<MainLoopSource>(ownObserver->runLoopSource())->detach();
+  sourceOf(ownObserver)->detach();
   own = 0;
   announceActivation(bus);
   runFor(std::chrono::milliseconds(100));
@@ -87,7 +86,6 @@ TEST_F(LinuxAccessibilityTest, FindsTheBusAgainThatEndedAndCameBack) {
   LinuxAccessibility accessibility(*connection);
   int activations = 0;
   const auto observer = observe(accessibility, getpid(), activations);
-  attach(observer);
   const auto isHeard = [&] {
     activations = 0;
     auto bus = connectToAccessibilityBus();
@@ -135,7 +133,6 @@ TEST_F(LinuxAccessibilityTest, NobodyWaitsForABusThatDoesNotAnswer) {
       LinuxAccessibility accessibility(*connection);
       int activations = 0;
       const auto observer = observe(accessibility, getpid(), activations);
-      attach(observer);
       runFor(std::chrono::milliseconds(200));
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1)) << variable;

@@ -19,7 +19,8 @@ class URLOpenerTest : public testing::Test {
 
   URLOpenerTest() {
     addProgram("xdg-open");
-    fill(folder / "help.html", "help");
+    fill(folder / "accessibility.html", "help");
+    fill(folder / "input-monitoring.html", "help");
   }
   void addProgram(const std::string& name) {
     fill(folder / name, "#!/bin/sh\necho " + name + " \"$@\" >'" + (folder / "call").string() + ".new'\n/bin/mv '" +
@@ -36,11 +37,11 @@ class URLOpenerTest : public testing::Test {
   }
 
   TestFolder folder;
-  std::unique_ptr<URLOpener> opener = std::make_unique<URLOpener>(folder / "help.html");
+  std::unique_ptr<URLOpener> opener = std::make_unique<URLOpener>(folder.path());
 };
 
-TEST_F(URLOpenerTest, PermissionsOpenTheSettingsOfThisDesktopElseTheHelpPageAtTheirPlace) {
-  const std::string help = "xdg-open file://" + (folder / "help.html").string();
+TEST_F(URLOpenerTest, PermissionsOpenTheSettingsOfThisDesktopElseTheirHelpPage) {
+  const std::string help = "xdg-open file://" + folder.path().string();
   for (const char* program : {"gnome-control-center", "systemsettings5", "xfce4-settings-manager",
                               "mate-control-center", "cinnamon-settings"}) {
     addProgram(program);
@@ -52,11 +53,11 @@ TEST_F(URLOpenerTest, PermissionsOpenTheSettingsOfThisDesktopElseTheHelpPageAtTh
   EXPECT_EQ(open(accessibility, "XFCE"), "xfce4-settings-manager\n");
   EXPECT_EQ(open(accessibility, "MATE"), "mate-control-center\n");
   EXPECT_EQ(open(accessibility, "X-Cinnamon"), "cinnamon-settings\n");
-  EXPECT_EQ(open(accessibility, "LXQt"), help + "#accessibility\n") << "those of another desktop do not count";
-  EXPECT_EQ(open(listenEvent), help + "#input-monitoring\n");
+  EXPECT_EQ(open(accessibility, "LXQt"), help + "/accessibility.html\n") << "those of another desktop do not count";
+  EXPECT_EQ(open(listenEvent), help + "/input-monitoring.html\n");
   std::filesystem::remove(folder / "gnome-control-center");
-  EXPECT_EQ(open(listenEvent, "GNOME"), help + "#input-monitoring\n") << "only what is installed can be started";
-  std::filesystem::remove(folder / "help.html");
+  EXPECT_EQ(open(listenEvent, "GNOME"), help + "/input-monitoring.html\n") << "only what is installed can be started";
+  std::filesystem::remove(folder / "input-monitoring.html");
   EXPECT_EQ(open(listenEvent, "GNOME"), "refused");
 }
 
@@ -75,17 +76,16 @@ TEST_F(URLOpenerTest, OtherAddressesGoToTheDesktopIfAnythingOpensThem) {
   EXPECT_EQ(open("https://varnolet.example/"), "refused");
 }
 
-TEST_F(URLOpenerTest, TheHelpPageIsFoundFromTheProgramAndHasThePlacesThatAreAskedFor) {
+TEST_F(URLOpenerTest, TheHelpPagesAreFoundFromTheProgramAndLeadToTheirPlaces) {
   const std::string prefix = "xdg-open file://";
   opener = std::make_unique<URLOpener>();
-  for (const auto& [url, place] :
-       {std::pair(accessibility, "accessibility"), std::pair(listenEvent, "input-monitoring")}) {
+  for (const auto& [url, place] : {std::pair(accessibility, std::string("accessibility")),
+                                   std::pair(listenEvent, std::string("input-monitoring"))}) {
     const std::string call = open(url);
     ASSERT_TRUE(call.starts_with(prefix)) << call;
-    const auto hash = call.find('#');
-    EXPECT_EQ(call.substr(hash), '#' + std::string(place) + '\n');
-    EXPECT_THAT(contentsOf(call.substr(prefix.size(), hash - prefix.size())),
-                testing::HasSubstr("id=\"" + std::string(place) + '"'));
+    const std::filesystem::path page = call.substr(prefix.size(), call.size() - prefix.size() - 1);
+    EXPECT_THAT(contentsOf(page), testing::HasSubstr("url=permissions.html#" + place));
+    EXPECT_THAT(contentsOf(page.parent_path() / "permissions.html"), testing::HasSubstr("id=\"" + place + '"'));
   }
 }
 

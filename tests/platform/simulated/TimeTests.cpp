@@ -50,21 +50,6 @@ TEST_F(Time, both_clocks_show_the_moment_at_which_work_is_due_and_not_the_end_of
   EXPECT_EQ(dateNow() - date, 1s);
 }
 
-TEST_F(Time, the_wall_clock_jumps_alone_and_moves_no_timer) {
-  const auto uptime = DispatchTime::now().uptimeNanoseconds;
-  const auto date = dateNow();
-  const auto timer = runOnMainThreadAfter(1h, note("t"));
-  desktop.jumpWallClock(2h);
-  desktop.settle();
-  EXPECT_EQ(trace, "");
-  EXPECT_EQ(dateNow() - date, 2h);
-  EXPECT_EQ(DispatchTime::now().uptimeNanoseconds, uptime);
-  desktop.setWallClock(date - 24h);
-  desktop.advance(1h);
-  EXPECT_EQ(trace, "t");
-  EXPECT_EQ(dateNow(), date - 23h);
-}
-
 TEST_F(Time, work_due_at_one_moment_runs_in_the_order_of_its_handing_over_on_whatever_thread) {
   const auto late = runOnMainThreadAfter(2ms, note("5"));
   const auto first = runInBackgroundAfter(1ms, note("1"));
