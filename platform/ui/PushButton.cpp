@@ -64,7 +64,8 @@ void PushButton::changeEvent(QEvent* event) {
 
 void PushButton::keyPressEvent(QKeyEvent* event) {
   if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-    click();
+    // Held, it would press what comes to stand in this button's place, too.
+    if (!event->isAutoRepeat()) click();
     return;
   }
   QPushButton::keyPressEvent(event);

@@ -13,7 +13,7 @@ enum class ButtonStyle {
 };
 enum class ButtonRole { normal, cancel, destructive };
 
-// Enter presses it while it has the focus, as Space does. Main thread.
+// Enter presses it while it has the focus, as Space does, once for each press of the key. Main thread.
 class PushButton : public QPushButton {
  public:
   PushButton(const QString& title, ButtonStyle style, ButtonRole role = ButtonRole::normal, QWidget* parent = nullptr);
