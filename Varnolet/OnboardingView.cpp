@@ -2,6 +2,8 @@
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <initializer_list>
 #include <utility>
 
 #include "Varnolet/PermissionCard.h"
@@ -20,6 +22,8 @@ using namespace platform::ui;
 constexpr QSize frame(500, 400);
 constexpr int padding = 32;
 constexpr int spacing = 24;
+constexpr int cardSpacing = 16;
+constexpr int explanationWidth = 420;
 
 }  // namespace
 
@@ -53,7 +57,8 @@ QWidget* OnboardingView::makeHeader() {
       TextStyle::subheadline, &NSColor::secondaryLabel, header);
   explanation->setWordWrap(true);
   explanation->setAlignment(Qt::AlignHCenter);
-  explanation->setFixedWidth(420);
+  explanation->setFixedWidth(explanationWidth);
+  explanation->setMinimumHeight(explanation->heightForWidth(explanationWidth));
 
   auto* column = new QVBoxLayout(header);
   column->setContentsMargins(0, 0, 0, 0);
@@ -69,21 +74,31 @@ QWidget* OnboardingView::makeCards() {
   auto* cards = new QWidget(this);
   auto* row = new QHBoxLayout(cards);
   row->setContentsMargins(0, 0, 0, 0);
-  row->setSpacing(16);
+  row->setSpacing(cardSpacing);
   const auto permissions = permissionsManager_;
-  row->addWidget(new PermissionCard(
+  auto* accessibility = new PermissionCard(
       {QStringLiteral("Accessibility"), QStringLiteral("lock.shield"),
        QStringLiteral("Lets Varnolet restore your focus when another app steals it"),
        QStringLiteral("Open Accessibility settings"), [permissions] { return permissions->accessibilityGranted(); },
        [permissions] { permissions->openAccessibilitySettings(); }},
-      cards));
-  row->addWidget(new PermissionCard(
+      cards);
+  auto* inputMonitoring = new PermissionCard(
       {QStringLiteral("Input Monitoring"), QStringLiteral("keyboard"),
        QStringLiteral("Lets Varnolet detect your intentional app switches and buffer keystrokes during theft"),
        QStringLiteral("Open Input Monitoring settings"),
        [permissions] { return permissions->inputMonitoringGranted(); },
        [permissions] { permissions->openInputMonitoringSettings(); }},
-      cards));
+      cards);
+  const std::initializer_list<PermissionCard*> both{accessibility, inputMonitoring};
+  int width = (frame.width() - 2 * padding - cardSpacing) / 2;
+  for (const auto* card : both) width = std::max(width, card->minimumSizeHint().width());
+  int descriptionHeight = 0;
+  for (const auto* card : both) descriptionHeight = std::max(descriptionHeight, card->descriptionHeightFor(width));
+  for (auto* card : both) {
+    card->setMinimumWidth(width);
+    card->setDescriptionHeight(descriptionHeight);
+    row->addWidget(card, 1);
+  }
   return cards;
 }
 

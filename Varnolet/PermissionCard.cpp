@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "platform/ui/NSColor.h"
 #include "platform/ui/PushButton.h"
@@ -15,18 +16,18 @@ using namespace platform::ui;
 constexpr int padding = 16;
 constexpr int cornerRadius = 12;
 constexpr int symbolSide = 28;
-constexpr int descriptionHeight = 48;
+constexpr int leastDescriptionHeight = 48;
 
 }  // namespace
 
-PermissionCard::PermissionCard(const Permission& permission, QWidget* parent)
-    : QWidget(parent), status_(new Label({}, TextStyle::caption, &NSColor::label, this)) {
-  // As wide as the card beside it, whatever is written on either.
-  setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
-  auto* description = new Label(permission.description, TextStyle::caption, &NSColor::secondaryLabel, this);
-  description->setWordWrap(true);
-  description->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
-  description->setMinimumHeight(descriptionHeight);
+PermissionCard::PermissionCard(const Permission& permission, QWidget* parent) : QWidget(parent) {
+  // Made from top to bottom, as assistive programs read.
+  auto* symbol = new SymbolView(permission.symbol, symbolSide, &NSColor::tint, this);
+  auto* title = new Label(permission.title, TextStyle::headline, &NSColor::label, this);
+  description_ = new Label(permission.description, TextStyle::caption, &NSColor::secondaryLabel, this);
+  description_->setWordWrap(true);
+  description_->setAlignment(Qt::AlignHCenter | Qt::AlignVCenter);
+  status_ = new Label({}, TextStyle::caption, &NSColor::label, this);
   auto* button =
       new PushButton(QStringLiteral("Open System Settings"), ButtonStyle::prominent, ButtonRole::normal, this);
   button->setFont(fontOf(TextStyle::subheadline));
@@ -36,13 +37,17 @@ PermissionCard::PermissionCard(const Permission& permission, QWidget* parent)
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(padding, padding, padding, padding);
   column->setSpacing(12);
-  column->addWidget(new SymbolView(permission.symbol, symbolSide, &NSColor::tint, this), 0, Qt::AlignHCenter);
-  column->addWidget(new Label(permission.title, TextStyle::headline, &NSColor::label, this), 0, Qt::AlignHCenter);
-  column->addWidget(description);
+  column->addWidget(symbol, 0, Qt::AlignHCenter);
+  column->addWidget(title, 0, Qt::AlignHCenter);
+  column->addWidget(description_);
   column->addWidget(status_, 0, Qt::AlignHCenter);
   column->addWidget(button, 0, Qt::AlignHCenter);
   redrawing_ = varnoletKit::observe(
-      [this, title = permission.title, isGranted = permission.isGranted] { showStatus(title, isGranted()); });
+      [this, name = permission.title, isGranted = permission.isGranted] { showStatus(name, isGranted()); });
+}
+
+int PermissionCard::descriptionHeightFor(int cardWidth) const {
+  return std::max(leastDescriptionHeight, description_->heightForWidth(cardWidth - 2 * padding));
 }
 
 void PermissionCard::showStatus(const QString& title, bool isGranted) {

@@ -24,12 +24,17 @@ class PermissionCard : public QWidget {
 
   PermissionCard(const Permission& permission, QWidget* parent);
 
+  // What the text needs on a card of that width, and what it gets: so that cards side by side line up. The least is 48.
+  int descriptionHeightFor(int cardWidth) const;
+  void setDescriptionHeight(int height) { description_->setFixedHeight(height); }
+
  protected:
   void paintEvent(QPaintEvent* event) override;
 
  private:
   void showStatus(const QString& title, bool isGranted);
 
+  platform::ui::Label* description_;
   platform::ui::Label* status_;
   varnoletKit::Observation redrawing_;
 };

@@ -31,8 +31,8 @@ SettingsView::SettingsView(std::shared_ptr<varnoletKit::SettingsManager> setting
   tabs_->addTab(new WhitelistTab(settingsManager), QStringLiteral("Whitelist"));
   tabs_->addTab(new AdvancedTab(settingsManager, std::move(eventLogManager)), QStringLiteral("Advanced"));
   tabs_->addTab(new AboutTab, QStringLiteral("About"));
-  tabs_->setMinimumSize(frame);
   drawSymbols();
+  tabs_->setMinimumSize(frame.expandedTo(tabs_->minimumSizeHint()));
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(margin, margin, margin, margin);
   layout->addWidget(tabs_);
