@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QVBoxLayout>
+#include <initializer_list>
 #include <string_view>
 
 #include "platform/NSBundle.h"
@@ -55,6 +56,7 @@ QLabel* makeLink(QWidget* parent) {
 }  // namespace
 
 AboutTab::AboutTab() {
+  auto* icon = new ApplicationIconView(this);
   auto* name = new Label(QStringLiteral("Varnolet"), TextStyle::title, &NSColor::label, this);
   auto* version =
       new Label(QStringLiteral("Version ") + versionString(), TextStyle::subheadline, &NSColor::secondaryLabel, this);
@@ -64,15 +66,14 @@ AboutTab::AboutTab() {
   connect(update, &QPushButton::clicked, this, [] {
     platform::NSNotificationCenter::defaultCenter().postNotification({checkForUpdatesNotification, {}});
   });
+  auto* link = makeLink(this);
   auto* caption =
       new Label(QStringLiteral("Keeps the focus where you put it."), TextStyle::caption, &NSColor::tertiaryLabel, this);
 
   auto* column = new QVBoxLayout(this);
   column->setSpacing(12);
   column->addStretch();
-  for (QWidget* item : {static_cast<QWidget*>(new ApplicationIconView(this)), static_cast<QWidget*>(name),
-                        static_cast<QWidget*>(version), divider, static_cast<QWidget*>(update),
-                        static_cast<QWidget*>(makeLink(this)), static_cast<QWidget*>(caption)}) {
+  for (QWidget* item : std::initializer_list<QWidget*>{icon, name, version, divider, update, link, caption}) {
     column->addWidget(item, 0, Qt::AlignHCenter);
   }
   column->addStretch();

@@ -44,6 +44,7 @@ AdvancedTab::AdvancedTab(std::shared_ptr<varnoletKit::SettingsManager> settingsM
 
 void AdvancedTab::addSlider(FormSection* section, const Slider& slider) {
   auto* row = new QWidget(section);
+  auto* title = new Label(slider.title, TextStyle::body, &NSColor::label, row);
   auto* value = new Label({}, TextStyle::body, &NSColor::secondaryLabel, row);
   value->setFont(monospacedDigits(value->font()));
   auto* control = new QSlider(Qt::Horizontal, row);
@@ -53,7 +54,7 @@ void AdvancedTab::addSlider(FormSection* section, const Slider& slider) {
   control->setAccessibleName(slider.accessibleName);
 
   auto* header = new QHBoxLayout;
-  header->addWidget(new Label(slider.title, TextStyle::body, &NSColor::label, row), 1);
+  header->addWidget(title, 1);
   header->addWidget(value);
   auto* column = new QVBoxLayout(row);
   column->setContentsMargins(0, 0, 0, 0);

@@ -19,9 +19,7 @@ namespace varnolet {
 using namespace platform::ui;
 
 WhitelistTab::WhitelistTab(std::shared_ptr<varnoletKit::SettingsManager> settingsManager)
-    : settingsManager_(std::move(settingsManager)),
-      list_(new QListWidget(this)),
-      removeButton_(new PushButton(QStringLiteral("Remove"), ButtonStyle::bordered, ButtonRole::normal, this)) {
+    : settingsManager_(std::move(settingsManager)), list_(new QListWidget(this)) {
   list_->setAccessibleName(QStringLiteral("Whitelisted apps"));
   list_->setAlternatingRowColors(true);
   list_->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -43,6 +41,7 @@ QWidget* WhitelistTab::makeButtons() {
   auto* items = new QHBoxLayout(row);
   items->setContentsMargins(12, 12, 12, 12);
   auto* addButton = new PushButton(QStringLiteral("Add..."), ButtonStyle::bordered, ButtonRole::normal, row);
+  removeButton_ = new PushButton(QStringLiteral("Remove"), ButtonStyle::bordered, ButtonRole::normal, row);
   auto* resetButton =
       new PushButton(QStringLiteral("Reset to Defaults"), ButtonStyle::bordered, ButtonRole::normal, row);
   items->addWidget(addButton);

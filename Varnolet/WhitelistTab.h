@@ -37,7 +37,7 @@ class WhitelistTab : public QWidget {
 
   const std::shared_ptr<varnoletKit::SettingsManager> settingsManager_;
   QListWidget* list_;
-  platform::ui::PushButton* removeButton_;
+  platform::ui::PushButton* removeButton_ = nullptr;
   std::set<std::string> shown_;
   varnoletKit::Observation redrawing_;
 };

@@ -21,16 +21,18 @@ class Divider : public QWidget {
 
 }  // namespace
 
-FormSection::FormSection(const QString& title, QWidget* parent)
-    : QWidget(parent), card_(new QWidget(this)), rows_(new QVBoxLayout(card_)) {
+FormSection::FormSection(const QString& title, QWidget* parent) : QWidget(parent) {
   setAccessibleName(title);
+  auto* heading = new Label(title, TextStyle::headline, &NSColor::label, this);
+  heading->setContentsMargins(4, 0, 0, 0);
+  // Made after the heading: assistive programs read in the order of making.
+  card_ = new QWidget(this);
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(6);
-  auto* heading = new Label(title, TextStyle::headline, &NSColor::label, this);
-  heading->setContentsMargins(4, 0, 0, 0);
   column->addWidget(heading);
   column->addWidget(card_);
+  rows_ = new QVBoxLayout(card_);
   rows_->setContentsMargins(12, 8, 12, 8);
   rows_->setSpacing(8);
 }

@@ -3,6 +3,9 @@
 
 #include <QAccessible>
 #include <QDateEdit>
+#include <QKeyEvent>
+#include <QListWidget>
+#include <QPushButton>
 #include <QSlider>
 #include <QTabWidget>
 #include <QTest>
@@ -39,6 +42,18 @@ class ReachTest : public testing::Test {
       // A bar of tabs is told by its tabs.
       if (accessible->role() == QAccessible::PageTabList) accessible = accessible->child(0);
       EXPECT_FALSE(accessible->text(QAccessible::Name).isEmpty()) << control->metaObject()->className();
+    }
+  }
+
+  // At its least size.
+  void expectNothingCut(QWidget& view) {
+    view.resize(view.minimumSizeHint().expandedTo(view.minimumSize()));
+    settle(desktop);
+    for (const auto* text : view.findChildren<QLabel*>()) {
+      if (text->isVisible() && text->wordWrap()) EXPECT_GE(text->height(), text->heightForWidth(text->width()));
+    }
+    for (const auto* button : view.findChildren<QPushButton*>()) {
+      if (button->isVisible()) EXPECT_GE(button->width(), button->sizeHint().width()) << button->text().toStdString();
     }
   }
 
@@ -92,7 +107,42 @@ TEST_F(ReachTest, TheKeysOperateThePopoverAndKeepTheirPlaceWhenItsButtonsChange)
   EXPECT_EQ(view.focusWidget(), resume);
   QTest::keyClick(resume, Qt::Key_Space);
   EXPECT_FALSE(pauseManager->isPaused());
-  EXPECT_EQ(view.focusWidget(), find(view, "Pause focus protection for one hour"));
+  auto* pauseForOneHour = find(view, "Pause focus protection for one hour");
+  EXPECT_EQ(view.focusWidget(), pauseForOneHour);
+  QKeyEvent held(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier, {}, true);
+  QCoreApplication::sendEvent(pauseForOneHour, &held);
+  EXPECT_FALSE(pauseManager->isPaused()) << "a held key would pause and resume in turn";
+}
+
+TEST_F(ReachTest, TabGoesTheWayThatTheWindowReads) {
+  settings->addToWhitelist("org.example.Own");
+  SettingsView view(settings, state, events);
+  view.show();
+  view.activateWindow();
+  view.findChild<QTabWidget*>()->setCurrentIndex(1);
+  find<QListWidget>(view, "Whitelisted apps")->setFocus();
+  view.findChild<QListWidget*>()->setCurrentRow(0);
+  for (const char* name : {"Add...", "Remove", "Reset to Defaults"}) {
+    QTest::keyClick(view.focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(view.focusWidget(), find(view, name));
+  }
+}
+
+TEST_F(ReachTest, LargeLettersGetTheRoomThatTheyNeed) {
+  const QFont usual = QApplication::font();
+  for (const int size : {11, 14, 22}) {
+    QApplication::setFont(QFont(usual.family(), size));
+    OnboardingView welcome(std::make_shared<varnoletKit::PermissionsManager>(), [] {});
+    SettingsView settingsView(settings, state, events);
+    welcome.show();
+    expectNothingCut(welcome);
+    settingsView.show();
+    for (int tab = 0; tab < 4; ++tab) {
+      settingsView.findChild<QTabWidget*>()->setCurrentIndex(tab);
+      expectNothingCut(settingsView);
+    }
+  }
+  QApplication::setFont(usual);
 }
 
 // A key too many does no harm.
