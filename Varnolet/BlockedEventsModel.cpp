@@ -56,6 +56,8 @@ QVariant BlockedEventsModel::data(const QModelIndex& index, int role) const {
   const auto column = static_cast<std::size_t>(index.column());
   const auto& event = events_.at(static_cast<std::size_t>(index.row()));
   if (role == Qt::DisplayRole) return textOf(event, index.column());
+  // Escaped and marked as markup: a tool tip would guess.
+  if (role == Qt::ToolTipRole) return QStringLiteral("<p>%1</p>").arg(textOf(event, index.column()).toHtmlEscaped());
   if (role == Qt::FontRole && columns().at(column).isNumeric) {
     return platform::ui::monospacedDigits(platform::ui::fontOf(platform::ui::TextStyle::body));
   }

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "platform/NSFileManager.h"
+#include "platform/Tasks.h"
 #include "platform/ui/NSSavePanel.h"
 
 namespace varnolet {
@@ -15,7 +16,11 @@ void exportLog(const varnoletKit::EventLogManager& eventLogManager, const QStrin
   panel.allowedContentTypes = {platform::ui::UTType::json};
   panel.beginSheetModalForWindow(
       window, [from = eventLogManager.exportURL()](const std::optional<std::filesystem::path>& location) {
-        if (location) platform::NSFileManager::defaultManager().copyItem(from, *location);
+        if (!location) return;
+        // Wherever that is: a stick, or a folder far away.
+        platform::runInBackground(platform::QualityOfService::userInitiated, [from, to = *location] {
+          platform::NSFileManager::defaultManager().copyItem(from, to);
+        });
       });
 }
 

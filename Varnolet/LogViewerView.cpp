@@ -42,6 +42,21 @@ platform::Date dateOf(const QDateTime& dateTime) {
   return platform::Date(std::chrono::milliseconds(dateTime.toMSecsSinceEpoch()));
 }
 
+int leastWidth(int column) {
+  return BlockedEventsModel::columns().at(static_cast<std::size_t>(column)).minimumWidth;
+}
+
+// What the other columns leave of the header, stretched ones at their least.
+int mostWidth(const QHeaderView& header, int column) {
+  int room = header.width();
+  for (int other = 0; other < header.count(); ++other) {
+    if (other == column) continue;
+    const bool isStretched = header.sectionResizeMode(other) == QHeaderView::Stretch;
+    room -= isStretched ? leastWidth(other) : header.sectionSize(other);
+  }
+  return room;
+}
+
 }  // namespace
 
 LogViewerView::LogViewerView(std::shared_ptr<varnoletKit::EventLogManager> eventLogManager)
@@ -107,25 +122,27 @@ QTableView* LogViewerView::makeTable() {
   auto* header = table->horizontalHeader();
   header->setHighlightSections(false);
   header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+  for (int column = 0; column < model_.columnCount(); ++column) {
+    header->resizeSection(column, BlockedEventsModel::columns().at(static_cast<std::size_t>(column)).idealWidth);
+  }
   // The names get what room there is beyond that.
   for (const int nameColumn : {1, 2}) header->setSectionResizeMode(nameColumn, QHeaderView::Stretch);
   // A column is never narrower than it must be, whatever the user drags.
   connect(header, &QHeaderView::sectionResized, header, [header](int column, int, int width) {
-    const int least = BlockedEventsModel::columns().at(static_cast<std::size_t>(column)).minimumWidth;
-    if (width < least) header->resizeSection(column, least);
+    if (header->sectionResizeMode(column) == QHeaderView::Stretch || !header->isVisible()) return;
+    const int kept = std::clamp(width, leastWidth(column), std::max(leastWidth(column), mostWidth(*header, column)));
+    if (kept != width) header->resizeSection(column, kept);
   });
   return table;
 }
 
-// The ideal widths, or what large fonts need.
+// Large fonts may need more than the ideal widths.
 void LogViewerView::fitColumns() {
   auto* header = table_->horizontalHeader();
   const QAbstractItemView& view = *table_;  // where the hint is public
   for (int column = 0; column < model_.columnCount(); ++column) {
-    if (header->sectionResizeMode(column) == QHeaderView::Stretch) continue;
-    const int ideal = BlockedEventsModel::columns().at(static_cast<std::size_t>(column)).idealWidth;
     const int needed = std::max(header->sectionSizeHint(column), view.sizeHintForColumn(column));
-    header->resizeSection(column, std::max(ideal, needed));
+    if (header->sectionSize(column) < needed) header->resizeSection(column, needed);
   }
 }
 
@@ -172,7 +189,6 @@ void LogViewerView::loadEvents() {
                                 view->events_ = std::move(*events);
                                 view->isLoading_ = false;
                                 view->applyFilter();
-                                view->fitColumns();
                               });
                             });
 }
@@ -186,6 +202,7 @@ void LogViewerView::applyFilter() {
   std::ranges::stable_sort(filteredEvents_, std::ranges::greater(), &BlockedEvent::timestamp);
   if (filteredEvents_.size() > mostRows) filteredEvents_.resize(mostRows);
   model_.setEvents(filteredEvents_);
+  fitColumns();
   redraw();
 }
 
@@ -209,7 +226,7 @@ void LogViewerView::confirmClear() {
 }
 
 void LogViewerView::clear() {
-  eventLogManager_->clearEvents();
+  eventLogManager_->clearEventsLater();
   isLoading_ = false;
   events_.clear();
   applyFilter();

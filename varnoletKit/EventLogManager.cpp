@@ -41,36 +41,44 @@ EventLogManager::EventLogManager(const std::optional<std::filesystem::path>& dir
 
 std::vector<BlockedEvent> EventLogManager::loadEvents() {
   const std::lock_guard lock(lock_);
-  appendWaiting();
+  makeWaitingChanges();
   return readEvents().value_or(std::vector<BlockedEvent>());
 }
 
 void EventLogManager::append(const BlockedEvent& event) {
   const std::lock_guard lock(lock_);
-  appendWaiting();
+  makeWaitingChanges();
   appendNow(event);
 }
 
 void EventLogManager::appendLater(const BlockedEvent& event) {
+  changeLater(event);
+}
+
+void EventLogManager::clearEventsLater() {
+  changeLater(std::nullopt);
+}
+
+void EventLogManager::changeLater(const Change& change) {
   {
     const std::lock_guard lock(waitingLock_);
-    waiting_.push_back(event);
+    waiting_.push_back(change);
   }
   queue_->async([this] {
     const std::lock_guard lock(lock_);
-    appendWaiting();
+    makeWaitingChanges();
   });
 }
 
 void EventLogManager::clearEvents() {
   const std::lock_guard lock(lock_);
-  appendWaiting();
+  makeWaitingChanges();
   writeEvents({});
 }
 
 void EventLogManager::pruneEvents(std::int64_t olderThanDays) {
   const std::lock_guard lock(lock_);
-  appendWaiting();
+  makeWaitingChanges();
   const platform::Date cutoff = cutoffBefore(platform::dateNow(), olderThanDays);
   auto events = readEvents();
   if (!events) return;
@@ -81,13 +89,19 @@ void EventLogManager::pruneEvents(std::int64_t olderThanDays) {
 }
 
 // What waits is written by the queue or by whatever operation comes before it, so that none overtakes it.
-void EventLogManager::appendWaiting() {
-  std::vector<BlockedEvent> events;
+void EventLogManager::makeWaitingChanges() {
+  std::vector<Change> changes;
   {
     const std::lock_guard lock(waitingLock_);
-    events.swap(waiting_);
+    changes.swap(waiting_);
   }
-  for (const auto& event : events) appendNow(event);
+  for (const auto& event : changes) {
+    if (event) {
+      appendNow(*event);
+    } else {
+      writeEvents({});
+    }
+  }
 }
 
 void EventLogManager::appendNow(const BlockedEvent& event) {

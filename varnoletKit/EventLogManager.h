@@ -35,19 +35,24 @@ class EventLogManager {
   // file stays as it is and the event is lost.
   void append(const BlockedEvent& event);
 
-  // append(), but on a thread of the log's own: a disk may take seconds to take a file for sure. To every other
-  // operation it is as if the event had been appended inside this call.
-  void appendLater(const BlockedEvent& event);
-
   // Makes the file an empty log, whatever it held.
   void clearEvents();
+
+  // append() and clearEvents(), but on a thread of the log's own: a disk may take seconds to take a file for sure. To
+  // every other operation it is as if they had been done inside this call.
+  void appendLater(const BlockedEvent& event);
+  void clearEventsLater();
 
   // Removes the events from before this time of day so many calendar days ago. Writes only if there are any.
   void pruneEvents(std::int64_t olderThanDays);
 
  private:
+  // Absent stands for clearing the log.
+  using Change = std::optional<BlockedEvent>;
+  void changeLater(const Change& change);
+
   // The caller of each holds the lock.
-  void appendWaiting();
+  void makeWaitingChanges();
   void appendNow(const BlockedEvent& event);
   // Absent if there is a file that cannot be read.
   std::optional<std::vector<BlockedEvent>> readEvents();
@@ -57,7 +62,7 @@ class EventLogManager {
   std::filesystem::path exportURL_;
   std::mutex lock_;
   std::mutex waitingLock_;  // taken while the other is held, or alone
-  std::vector<BlockedEvent> waiting_;
+  std::vector<Change> waiting_;
   std::unique_ptr<platform::DispatchQueue> queue_;  // the last one: its work uses all the others
 };
 

@@ -77,6 +77,7 @@ TEST_F(LogViewerViewTest, LoadsInTheBackgroundAndSaysSo) {
 }
 
 TEST_F(LogViewerViewTest, ItsColumnsHaveTitlesAndRoom) {
+  log(1);
   openAndLoad();
   QStringList titles;
   for (int i = 0; i < table().columnCount(); ++i) titles << table().headerData(i, Qt::Horizontal).toString();
@@ -86,6 +87,12 @@ TEST_F(LogViewerViewTest, ItsColumnsHaveTitlesAndRoom) {
     EXPECT_GE(header->sectionSize(column), ideal);
     header->resizeSection(column, 10);
     EXPECT_EQ(header->sectionSize(column), least);
+  }
+  for (const int column : {0, 3}) {
+    header->resizeSection(column, 400);
+    settle(desktop);
+    EXPECT_GE(header->sectionSize(1), 80);
+    EXPECT_GE(header->sectionSize(2), 80);
   }
 }
 

@@ -118,6 +118,11 @@ TEST_F(EventLogManagerTest, NothingOvertakesAnEventThatWaitsToBeWritten) {
   log.clearEvents();
   desktop.settle();
   EXPECT_EQ(contents(file), "[]") << "a cleared event is back";
+  log.append(first);
+  log.clearEventsLater();
+  EXPECT_NE(contents(file), "[]") << "the main thread waits for the disk";
+  log.appendLater(second);
+  EXPECT_EQ(log.loadEvents(), std::vector{second});
 }
 
 TEST_F(EventLogManagerTest, LivesInTheFirstApplicationSupportFolderElseInTheHomeFolder) {
