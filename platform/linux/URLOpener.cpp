@@ -10,18 +10,22 @@
 #include <string_view>
 #include <system_error>
 
+#include "platform/Log.h"
 #include "platform/linux/DesktopEntries.h"
 
 namespace platform::linux_desktop {
 namespace {
 
+constexpr Logger lifecycleLog(LogCategory::lifecycle);
+
 struct Pane {
   std::string_view url;
-  const char* placeOnHelpPage;
+  // One for each: a place on a page gets lost on the way to the browser.
+  const char* helpPage;
 };
 constexpr std::array<Pane, 2> panes{{
-    {"x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility", "accessibility"},
-    {"x-apple.systempreferences:com.apple.preference.security?Privacy_ListenEvent", "input-monitoring"},
+    {"x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility", "accessibility.html"},
+    {"x-apple.systempreferences:com.apple.preference.security?Privacy_ListenEvent", "input-monitoring.html"},
 }};
 
 struct SettingsProgram {
@@ -39,7 +43,9 @@ constexpr std::array<SettingsProgram, 7> settingsPrograms{{
 }};
 
 bool openWithDesktop(const QString& url) {
-  return QProcess::startDetached(QStringLiteral("xdg-open"), {url});
+  const bool isStarted = QProcess::startDetached(QStringLiteral("xdg-open"), {url});
+  if (!isStarted) lifecycleLog.error("Failed to open %s: xdg-open cannot be started", url.toStdString());
+  return isStarted;
 }
 
 bool startSettingsProgram() {
@@ -55,7 +61,7 @@ bool startSettingsProgram() {
 
 bool URLOpener::open(const std::string& url) const {
   for (const auto& pane : panes) {
-    if (url == pane.url) return openPermissionSettings(pane.placeOnHelpPage);
+    if (url == pane.url) return openPermissionSettings(pane.helpPage);
   }
   const std::string scheme = url.substr(0, url.find(':'));
   if (scheme.empty() || scheme == url || scheme.front() == '-' || scheme.starts_with("x-apple.")) return false;
@@ -65,22 +71,20 @@ bool URLOpener::open(const std::string& url) const {
   return openWithDesktop(QString::fromStdString(url));
 }
 
-bool URLOpener::openPermissionSettings(const std::string& placeOnHelpPage) const {
+bool URLOpener::openPermissionSettings(const char* helpPage) const {
   if (startSettingsProgram()) return true;
+  const auto page = helpFolder_ / helpPage;
   std::error_code ignored;
-  if (!std::filesystem::exists(helpPage_, ignored)) return false;
-  QUrl page = QUrl::fromLocalFile(QString::fromStdString(helpPage_.string()));
-  page.setFragment(QString::fromStdString(placeOnHelpPage));
-  return openWithDesktop(page.toString(QUrl::FullyEncoded));
+  if (!std::filesystem::exists(page, ignored)) return false;
+  return openWithDesktop(QUrl::fromLocalFile(QString::fromStdString(page.string())).toString(QUrl::FullyEncoded));
 }
 
-std::filesystem::path URLOpener::installedHelpPage() {
-  constexpr char name[] = "permissions.html";
+std::filesystem::path URLOpener::installedHelpFolder() {
   const std::filesystem::path programs = QCoreApplication::applicationDirPath().toStdString();
-  std::filesystem::path installed = (programs / ".." / VARNOLET_HELP_BESIDE_PROGRAM / name).lexically_normal();
+  std::filesystem::path installed = (programs / ".." / VARNOLET_HELP_BESIDE_PROGRAM).lexically_normal();
   std::error_code ignored;
   if (std::filesystem::exists(installed, ignored)) return installed;
-  return std::filesystem::path(VARNOLET_HELP_SOURCE) / name;
+  return VARNOLET_HELP_SOURCE;
 }
 
 }  // namespace platform::linux_desktop

@@ -18,6 +18,8 @@ foreach(file
     ${share}/icons/hicolor/scalable/apps/${name}.svg
     ${share}/icons/hicolor/symbolic/apps/${name}-symbolic.svg
     ${share}/metainfo/${name}.metainfo.xml
+    ${share}/varnolet/help/accessibility.html
+    ${share}/varnolet/help/input-monitoring.html
     ${share}/varnolet/help/permissions.html)
   if(NOT EXISTS ${ROOT}${file})
     message(SEND_ERROR "Not installed: ${file}")
