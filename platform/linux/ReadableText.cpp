@@ -34,7 +34,11 @@ QString onOneLine(const QString& text) {
 }
 
 std::string readableIdentifier(const std::string& text) {
-  return QString::fromStdString(text).left(longest).toStdString();
+  QString identifier = QString::fromStdString(text).left(longest);
+  for (QChar& character : identifier) {
+    if (isControl(character) || changesDirection(character)) character = QChar::ReplacementCharacter;
+  }
+  return identifier.toStdString();
 }
 
 std::string readableName(const std::string& text) {

@@ -167,7 +167,7 @@ TEST_F(LinuxWorkspaceTest, NamesThatAreNoTextAreMadeText) {
   editor.map(hostile);
   ASSERT_TRUE(runUntil([&] { return !story.empty(); }));
   const auto application = applicationOf(editor.process());
-  EXPECT_EQ(application.bundleIdentifier(), "\uFFFD(\n");
+  EXPECT_EQ(application.bundleIdentifier(), "\uFFFD(\uFFFD");
   EXPECT_FALSE(application.localizedName()->empty());
   const xcb_window_t nameless = thief.createMapped();
   ASSERT_TRUE(runUntil([&] { return scene.isManaged(nameless) && workspace().runningApplications().size() == 2; }));
