@@ -68,6 +68,12 @@ void DesktopScene::setNumber(xcb_window_t window, const char* property, xcb_atom
   connection.sync();
 }
 
+void DesktopScene::setInputFocus(xcb_window_t window) const {
+  const auto& connection = desktop.connection();
+  xcb_set_input_focus(connection, XCB_INPUT_FOCUS_PARENT, window, XCB_CURRENT_TIME);
+  connection.sync();
+}
+
 xcb_window_t DesktopScene::parentOf(xcb_window_t window) const {
   const auto& connection = desktop.connection();
   const auto tree = stage::answer(connection, xcb_query_tree_reply, xcb_query_tree(connection, window));

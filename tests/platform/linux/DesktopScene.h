@@ -40,6 +40,7 @@ class DesktopScene {
   void setText(xcb_window_t window, const char* property, const std::string& bytes) const;
   void setWindow(xcb_window_t window, const char* property, xcb_window_t value) const;
   void setType(xcb_window_t window, const char* type) const;
+  void setInputFocus(xcb_window_t window) const;
   xcb_window_t parentOf(xcb_window_t window) const;
   bool isManaged(xcb_window_t window) const;
 

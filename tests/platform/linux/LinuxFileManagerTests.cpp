@@ -16,8 +16,12 @@ std::size_t entriesOf(const std::filesystem::path& folder) {
   return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
 }
 
+// Nothing is made private by the umask.
 class LinuxFileManagerTest : public testing::Test {
  protected:
+  ~LinuxFileManagerTest() override { umask(umaskBefore); }
+
+  const mode_t umaskBefore = umask(0);
   TestFolder folder;
   LinuxFileManager files;
 };
@@ -37,10 +41,8 @@ TEST_F(LinuxFileManagerTest, ApplicationDataIsWhereXdgSaysElseInTheHomeFolder) {
 }
 
 TEST_F(LinuxFileManagerTest, WhatItMakesIsPrivateWhateverTheUmask) {
-  const mode_t before = umask(0);
   EXPECT_EQ(files.createDirectory(folder / "a/b"), std::nullopt);
   EXPECT_EQ(files.writeAtomically(folder / "a/b/log", "new"), std::nullopt);
-  umask(before);
   EXPECT_EQ(modeOf(folder / "a"), 0700u);
   EXPECT_EQ(modeOf(folder / "a/b"), 0700u);
   EXPECT_EQ(modeOf(folder / "a/b/log"), 0600u);
@@ -99,9 +101,7 @@ TEST_F(LinuxFileManagerTest, CopiesAreWholeAndPrivateOrNotThereAtAll) {
   std::string bytes(200'000, 'x');
   bytes[150'000] = '\0';
   fill(folder / "log", bytes);
-  const mode_t before = umask(0);
   EXPECT_EQ(files.copyItem(folder / "log", folder / "copy"), std::nullopt);
-  umask(before);
   EXPECT_EQ(contentsOf(folder / "copy"), bytes);
   EXPECT_EQ(contentsOf(folder / "log"), bytes);
   EXPECT_EQ(modeOf(folder / "copy"), 0600u);

@@ -16,12 +16,6 @@ using Clock = std::chrono::steady_clock;
 
 class LinuxTasksTest : public testing::Test {
  protected:
-  void doMainThreadWork() {
-    bool done = false;
-    tasks.runOnMainThread([&] { done = true; });
-    ASSERT_TRUE(runUntil([&] { return done; }));
-  }
-
   LinuxTasks tasks;
 };
 

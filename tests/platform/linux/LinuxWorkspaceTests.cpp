@@ -142,6 +142,17 @@ TEST_F(LinuxWorkspaceTest, BringsAnApplicationBackWithTheWindowThatWasActiveLast
   EXPECT_TRUE(runUntil([&] { return front() == editor.process() && scene.desktop.activeWindow() == second; }));
 }
 
+TEST_F(LinuxWorkspaceTest, SeesAFocusThatIsSetBehindTheWindowManagersBack) {
+  const xcb_window_t window = show(thief, "Thief");
+  const xcb_window_t inside = thief.createInside(window);
+  thief.map(inside);
+  show(editor, "Editor");
+  story.clear();
+  scene.setInputFocus(inside);
+  EXPECT_EQ(front(), thief.process());
+  runUntilTold("activate Thief");
+}
+
 TEST_F(LinuxWorkspaceTest, NamesApplicationsByWhatTheirWindowsSay) {
   fill(desktopEntriesFolder() / "org.test.Writer.desktop",
        "[Desktop Entry]\nType=Application\nName=The Writer\nExec=true\nStartupWMClass=writer-window\n");

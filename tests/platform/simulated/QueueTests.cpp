@@ -62,16 +62,6 @@ TEST_F(Queues, sync_runs_nothing_of_the_main_thread_meanwhile) {
   EXPECT_EQ(trace, "qm");
 }
 
-TEST_F(Queues, destroying_a_queue_waits_for_all_of_its_work) {
-  queue->async([&, handle = queue.get()] {
-    sleepForTimeInterval(0.2);
-    handle->async([&] { trace += "2"; });
-    trace += "1";
-  });
-  queue.reset();
-  EXPECT_EQ(trace, "12");
-}
-
 TEST_F(Queues, a_run_loop_ends_at_its_time_or_when_it_is_stopped_or_has_no_source) {
   std::vector<std::pair<CFRunLoopRunResult, std::uint64_t>> results;
   const auto start = DispatchTime::now().uptimeNanoseconds;

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "platform/simulated/SimulatedDesktop.h"
 
@@ -33,21 +32,6 @@ TEST_F(Time, a_timer_fires_at_its_edge_and_once) {
   EXPECT_EQ(trace, "mb");
   desktop.advance(10s);
   EXPECT_EQ(trace, "mb");
-}
-
-TEST_F(Time, both_clocks_show_the_moment_at_which_work_is_due_and_not_the_end_of_the_advance) {
-  const auto uptime = DispatchTime::now().uptimeNanoseconds;
-  const auto date = dateNow();
-  std::vector<std::uint64_t> seen;
-  const auto see = [&] { seen.push_back(DispatchTime::now().uptimeNanoseconds - uptime); };
-  const auto first = runOnMainThreadAfter(30ms, [&] {
-    see();
-    EXPECT_EQ(dateNow() - date, 30ms);
-  });
-  const auto second = runInBackgroundAfter(50ms, see);
-  desktop.advance(1s);
-  EXPECT_EQ(seen, (std::vector<std::uint64_t>{30'000'000, 50'000'000}));
-  EXPECT_EQ(dateNow() - date, 1s);
 }
 
 TEST_F(Time, work_due_at_one_moment_runs_in_the_order_of_its_handing_over_on_whatever_thread) {
