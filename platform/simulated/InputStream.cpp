@@ -110,7 +110,7 @@ std::shared_ptr<Source> InputStream::sourceOf(const CFMachPortRef& port) {
 
 CFMachPortRef InputStream::createTap(CGEventTapLocation, CGEventTapPlacement placement, CGEventTapOptions options,
                                      CGEventMask mask, CGEventTapCallBack callback, void* userInfo) {
-  if (refusesTaps_ || !isInputMonitoringGranted_) return nullptr;
+  if (!isInputMonitoringGranted_) return nullptr;
   if (options == CGEventTapOptions::active && !areActiveTapsAllowed_) return nullptr;
   auto tap = std::make_shared<Tap>(options, mask, callback, userInfo);
   const std::lock_guard lock(mutex_);
@@ -120,7 +120,6 @@ CFMachPortRef InputStream::createTap(CGEventTapLocation, CGEventTapPlacement pla
 }
 
 void InputStream::post(CGEventTapLocation, std::unique_ptr<CGEvent> event) {
-  if (dropsPostedEvents_) return;
   std::unique_ptr<InputEvent> posted(static_cast<InputEvent*>(event.release()));
   posted->markPosted();
   enqueue(std::move(posted), nullptr);

@@ -31,13 +31,11 @@ class InputStream final : public EventServices {
   void setFlags(CGEventFlags flags) { flags_ = flags; }
   void setLocation(CGPoint location) { location_ = location; }
   void makeEventsUncopyable(bool uncopyable) { areEventsCopyable_ = !uncopyable; }
-  void dropPostedEvents(bool drop) { dropsPostedEvents_ = drop; }
   const std::vector<InputRecord>& records() const { return records_; }
   std::size_t eventsUnderWay() const;
 
   void grantInputMonitoring(bool granted) { isInputMonitoringGranted_ = granted; }
   void allowActiveTaps(bool allow) { areActiveTapsAllowed_ = allow; }
-  void refuseTaps(bool refuse) { refusesTaps_ = refuse; }
   void disableTaps(CGEventType notice);
   std::size_t liveTaps() const;
 
@@ -96,8 +94,6 @@ class InputStream final : public EventServices {
 
   std::atomic<bool> isInputMonitoringGranted_{true};
   std::atomic<bool> areActiveTapsAllowed_{true};
-  std::atomic<bool> refusesTaps_{false};
-  std::atomic<bool> dropsPostedEvents_{false};
   std::atomic<std::uint64_t> lastSequence_{0};
   bool areEventsCopyable_ = true;
   CGEventFlags flags_ = 0;

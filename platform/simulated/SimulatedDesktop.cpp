@@ -45,9 +45,6 @@ void SimulatedDesktop::settle() {
 void SimulatedDesktop::advance(std::chrono::nanoseconds duration) {
   executor_->advance(duration);
 }
-void SimulatedDesktop::jumpWallClock(std::chrono::nanoseconds distance) {
-  executor_->moveWallClock(distance);
-}
 void SimulatedDesktop::setWallClock(Date date) {
   executor_->moveWallClock(date - executor_->dateNow());
 }
@@ -116,9 +113,6 @@ void SimulatedDesktop::sendEvent(CGEventType type, CGEventFlags flags, CGPoint l
 void SimulatedDesktop::makeEventsUncopyable(bool uncopyable) {
   input_->makeEventsUncopyable(uncopyable);
 }
-void SimulatedDesktop::dropPostedEvents(bool drop) {
-  input_->dropPostedEvents(drop);
-}
 
 const std::vector<InputRecord>& SimulatedDesktop::inputRecords() const {
   return input_->records();
@@ -146,9 +140,6 @@ std::size_t SimulatedDesktop::eventsUnderWay() const {
 
 void SimulatedDesktop::grantInputMonitoring(bool granted) {
   input_->grantInputMonitoring(granted);
-}
-void SimulatedDesktop::refuseTaps(bool refuse) {
-  input_->refuseTaps(refuse);
 }
 void SimulatedDesktop::disableTapBySystem(CGEventType notice) {
   input_->disableTaps(notice);

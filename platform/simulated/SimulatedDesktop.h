@@ -127,7 +127,6 @@ class SimulatedDesktop : public Desktop {
   // Lets time pass and runs everything that falls due, in order, what is due at the end included.
   void advance(std::chrono::nanoseconds duration);
   // Moves the wall clock alone, forwards or backwards.
-  void jumpWallClock(std::chrono::nanoseconds distance);
   void setWallClock(Date date);
 
   // Applications.
@@ -165,8 +164,6 @@ class SimulatedDesktop : public Desktop {
   void sendEvent(CGEventType type, CGEventFlags flags = 0, CGPoint location = {});
   // From now on new events cannot be copied, as those that have reached an application already.
   void makeEventsUncopyable(bool uncopyable = true);
-  // Posted events are dropped from now on, as are copies that were held for too long.
-  void dropPostedEvents(bool drop = true);
 
   const std::vector<InputRecord>& inputRecords() const;
   std::vector<InputRecord> inputDeliveredTo(const NSRunningApplication& application) const;
@@ -178,7 +175,6 @@ class SimulatedDesktop : public Desktop {
 
   // Event taps. They need Input Monitoring, active ones Accessibility too.
   void grantInputMonitoring(bool granted = true);
-  void refuseTaps(bool refuse = true);
   // Disables every enabled tap and gives its callback the notice, one of the kCGEventTapDisabledBy types.
   void disableTapBySystem(CGEventType notice);
   std::size_t liveTaps() const;
