@@ -1,6 +1,7 @@
 #include "platform/ui/NSApplication.h"
 
 #include <QApplication>
+#include <QSessionManager>
 #include <QWidget>
 #include <cassert>
 #include <utility>
@@ -28,6 +29,14 @@ NSApplication::NSApplication() {
   // Without windows it lives on in the tray.
   QApplication::setQuitOnLastWindowClosed(false);
   showPopupsToAssistivePrograms();
+  // A session's manager may also end the program, which tells the delegate, but it must not start it: whether it starts
+  // with the session is the user's choice.
+  connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { tellOfTheEnd(); });
+  for (const auto request : {&QGuiApplication::commitDataRequest, &QGuiApplication::saveStateRequest}) {
+    connect(
+        qApp, request, this, [](QSessionManager& manager) { manager.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
+  }
   connect(qApp, &QGuiApplication::applicationStateChanged, this, [](Qt::ApplicationState state) {
     if (state != Qt::ApplicationActive) return;
     NSNotificationCenter::defaultCenter().postNotification({NSApplicationDidBecomeActiveNotification, {}});
@@ -48,9 +57,13 @@ int NSApplication::run() {
 }
 
 void NSApplication::terminate(int exitCode) {
-  if (std::exchange(isTerminating_, true)) return;
+  if (tellOfTheEnd()) QCoreApplication::exit(exitCode);
+}
+
+bool NSApplication::tellOfTheEnd() {
+  if (std::exchange(isTerminating_, true)) return false;
   if (const auto delegate = delegate_.lock()) delegate->applicationWillTerminate();
-  QCoreApplication::exit(exitCode);
+  return true;
 }
 
 void NSApplication::reopen() {

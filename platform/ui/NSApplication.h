@@ -36,13 +36,17 @@ class NSApplication : public QObject {
   void setDelegate(std::weak_ptr<NSApplicationDelegate> delegate) { delegate_ = std::move(delegate); }
   std::shared_ptr<NSApplicationDelegate> delegate() const { return delegate_.lock(); }
 
-  // From the event loop's start to terminate(). The exit code.
+  // From the event loop's start to terminate(), or to the end of the session, of which the delegate is told as well.
+  // The exit code.
   int run();
   // Tells the delegate, and ends the event loop with the code; nothing if it has been told before.
   void terminate(int exitCode = 0);
   void reopen();
 
  private:
+  // False if it has been told before.
+  bool tellOfTheEnd();
+
   std::weak_ptr<NSApplicationDelegate> delegate_;
   bool isTerminating_ = false;
 };
