@@ -59,7 +59,9 @@ bool isNameTaken(const QString& name, steady_clock::time_point deadline) {
 }  // namespace
 
 ApplicationInstance::ApplicationInstance(const std::string& applicationIdentifier)
-    : name_(QString::fromStdString(applicationIdentifier)), path_('/' + QString(name_).replace('.', '/')) {}
+    : name_(QString::fromStdString(applicationIdentifier)),
+      path_('/' + QString(name_).replace('.', '/')),
+      isStartCallDue_(qEnvironmentVariableIsSet("DBUS_STARTER_BUS_TYPE")) {}
 
 ApplicationInstance::~ApplicationInstance() {
   QDBusConnection::disconnectFromBus(connectionName);
@@ -121,7 +123,7 @@ bool ApplicationInstance::handleMessage(const QDBusMessage& message, const QDBus
   const bool reopens = is("Activate", "a{sv}") || is("Open", "asa{sv}");
   if (!reopens && !is("ActivateAction", "sava{sv}")) return false;
   if (message.isReplyRequired()) connection.send(message.createReply());
-  if (reopens) reopen();
+  if (reopens && !std::exchange(isStartCallDue_, false)) reopen();
   return true;
 }
 

@@ -39,6 +39,8 @@ class ApplicationInstance : public QDBusVirtualObject {
   const QString path_;
   std::function<void()> onReopen_;
   bool isReopenDue_ = false;
+  // The bus has started this process for a call that is still to come: its first start, and no reopening.
+  bool isStartCallDue_;
 };
 
 }  // namespace platform::linux_desktop

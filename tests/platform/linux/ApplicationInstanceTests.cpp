@@ -19,11 +19,12 @@ using std::chrono::steady_clock;
 class ApplicationInstanceTest : public testing::Test {
  protected:
   // A start of the program, on that bus.
-  std::unique_ptr<stage::ChildProcess> start(const std::string& busAddress) const {
+  std::unique_ptr<stage::ChildProcess> start(const std::string& busAddress, bool isByTheBus = false) const {
     stage::ChildProcess::Options options;
     options.environment = stage::bareEnvironment();
     options.environment.emplace("DBUS_FATAL_WARNINGS", "0");
     if (!busAddress.empty()) options.environment["DBUS_SESSION_BUS_ADDRESS"] = busAddress;
+    if (isByTheBus) options.environment["DBUS_STARTER_BUS_TYPE"] = "session";
     options.readOutput = true;
     return std::make_unique<stage::ChildProcess>(std::vector<std::string>{VARNOLET_INSTANCE_CLIENT}, options);
   }
@@ -76,6 +77,15 @@ TEST_F(ApplicationInstanceTest, ADesktopMayAskForItButNotForAnythingElse) {
   EXPECT_TRUE(ask("Activate", {QVariantMap{{"key", 1}}}));
   EXPECT_TRUE(isReopened(*first, 2));
   QDBusConnection::disconnectFromBus("test-desktop");
+}
+
+TEST_F(ApplicationInstanceTest, TheCallThatTheBusHasStartedItForReopensNothing) {
+  const auto first = start(bus.address(), true);
+  ASSERT_TRUE(isPrimary(*first));
+  first->tell("handle");
+  EXPECT_TRUE(isSecond(*start())) << "stands for the desktop's call";
+  EXPECT_TRUE(isSecond(*start()));
+  EXPECT_TRUE(isReopened(*first, 1));
 }
 
 TEST_F(ApplicationInstanceTest, AFirstThatDoesNotAnswerIsWaitedForNoLongerThanTwoSeconds) {
