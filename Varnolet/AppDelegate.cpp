@@ -135,6 +135,11 @@ void AppDelegate::recheckPermissionsAndStartEngine() {
   if (permissionsManager_->allPermissionsGranted()) startEngine();
 }
 
+void AppDelegate::screensDidWake() {
+  pauseManager_->resumeIfDue();
+  recheckPermissionsAndStartEngine();
+}
+
 void AppDelegate::startEngine() {
   if (!focusGuardEngine_) return;
   const bool wasEnabled = focusGuardState_->isEnabled();

@@ -63,7 +63,7 @@ class AppDelegate final : public platform::ui::NSApplicationDelegate, public std
 
   void statusItemClicked();
   void appDidBecomeActive() { recheckPermissionsAndStartEngine(); }
-  void screensDidWake() { recheckPermissionsAndStartEngine(); }
+  void screensDidWake();
   void sessionDidBecomeActive() { recheckPermissionsAndStartEngine(); }
   void sessionDidResignActive() { stopEngine(); }
   void checkForUpdates();

@@ -49,6 +49,11 @@ void PauseManager::resume() {
   focusLog.info("Focus guard resumed.");
 }
 
+void PauseManager::resumeIfDue() {
+  assert(platform::isMainThread());
+  if (pauseEndTime_ && *pauseEndTime_ <= platform::dateNow()) resume();
+}
+
 void PauseManager::invalidateResumeTimer() {
   if (resumeTimer_) resumeTimer_->cancel();
   registrar_.write(resumeTimer_, nullptr);

@@ -28,6 +28,8 @@ class PauseManager : public std::enable_shared_from_this<PauseManager> {
   void pauseIndefinitely();
   // Also switches protection on where there was no pause.
   void resume();
+  // If the hour is over by the wall clock: timers stand still while the computer sleeps.
+  void resumeIfDue();
 
  private:
   explicit PauseManager(std::shared_ptr<varnoletKit::FocusGuardState> focusGuardState);

@@ -160,6 +160,18 @@ TEST_F(AppDelegateTest, APauseOutlastsAStopOfTheEngine) {
   EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
 }
 
+TEST_F(AppDelegateTest, AnHourOfPauseIsOverAfterASleepOfThatLength) {
+  launchAndGuard();
+  delegate().pauseManager()->pauseForOneHour();
+  desktop_.setWallClock(platform::dateNow() + 59min);
+  announce(NSWorkspaceScreensDidWakeNotification);
+  EXPECT_TRUE(delegate().pauseManager()->isPaused());
+  desktop_.setWallClock(platform::dateNow() + 1min);
+  announce(NSWorkspaceScreensDidWakeNotification);
+  EXPECT_FALSE(delegate().pauseManager()->isPaused());
+  EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
+}
+
 TEST_F(AppDelegateTest, BecomingActiveLeavesARunningEngineAsTheUserSetIt) {
   launchAndGuard();
   delegate().focusGuardState()->setIsEnabled(false);
