@@ -1,6 +1,7 @@
 #include "Varnolet/PopoverView.h"
 
 #include <QVBoxLayout>
+#include <algorithm>
 #include <utility>
 
 #include "Varnolet/RelativeTime.h"
@@ -14,7 +15,7 @@ namespace {
 
 using namespace platform::ui;
 
-constexpr int viewWidth = 290;
+constexpr int leastWidth = 290;
 constexpr int padding = 14;
 constexpr int spacing = 10;
 
@@ -39,7 +40,6 @@ PopoverView::PopoverView(std::shared_ptr<varnoletKit::FocusGuardState> state,
                          std::shared_ptr<varnoletKit::SettingsManager> settingsManager,
                          std::shared_ptr<PauseManager> pauseManager, Callbacks callbacks)
     : state_(std::move(state)), settingsManager_(std::move(settingsManager)), pauseManager_(std::move(pauseManager)) {
-  setFixedWidth(viewWidth);
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(padding, padding, padding, padding);
   column->setSpacing(spacing);
@@ -127,6 +127,14 @@ void PopoverView::redraw() {
   resumeButton_->setVisible(isPaused);
   if (hadFocus) (isPaused ? resumeButton_ : pauseButtons_->findChild<PushButton*>())->setFocus();
   redrawStatus();
+  fitWidth();
+}
+
+// Names of applications are cut to the width; what the view itself says is not, however large its letters are.
+void PopoverView::fitWidth() {
+  int widest = header_->sizeHint().width();
+  for (const auto* button : findChildren<PushButton*>()) widest = std::max(widest, button->sizeHint().width());
+  setFixedWidth(std::max(leastWidth, widest + 2 * padding));
 }
 
 void PopoverView::redrawStatus() {

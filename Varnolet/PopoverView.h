@@ -35,6 +35,7 @@ class PopoverView : public QWidget {
   void addFooter(QVBoxLayout* column, Callbacks callbacks);
   void redraw();
   void redrawStatus();
+  void fitWidth();
 
   const std::shared_ptr<varnoletKit::FocusGuardState> state_;
   const std::shared_ptr<varnoletKit::SettingsManager> settingsManager_;

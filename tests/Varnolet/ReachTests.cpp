@@ -136,6 +136,9 @@ TEST_F(ReachTest, LargeLettersGetTheRoomThatTheyNeed) {
     SettingsView settingsView(settings, state, events);
     welcome.show();
     expectNothingCut(welcome);
+    PopoverView popover(state, settings, pauseManager, {});
+    popover.show();
+    expectNothingCut(popover);
     settingsView.show();
     for (int tab = 0; tab < 4; ++tab) {
       settingsView.findChild<QTabWidget*>()->setCurrentIndex(tab);
