@@ -19,6 +19,7 @@ namespace {
 constexpr char watcherService[] = "org.kde.StatusNotifierWatcher";
 constexpr char watcherPath[] = "/StatusNotifierWatcher";
 constexpr int patienceMs = 2000;
+constexpr int laterPatienceMs = 30000;
 
 struct Free {
   void operator()(void* reply) const { std::free(reply); }  // NOLINT(cppcoreguidelines-no-malloc): XCB allocates it so
@@ -63,11 +64,14 @@ void TrayPresence::askForHost() {
   auto question = QDBusMessage::createMethodCall(
       watcherService, watcherPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
   question << QString(watcherService) << QStringLiteral("IsStatusNotifierHostRegistered");
-  auto* answer = new QDBusPendingCallWatcher(bus_.asyncCall(question, patienceMs), this);
+  auto* answer =
+      new QDBusPendingCallWatcher(bus_.asyncCall(question, isBusKnown_ ? laterPatienceMs : patienceMs), this);
   connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
     answer->deleteLater();
     const QDBusPendingReply<QDBusVariant> reply = *answer;
     hostAnswered(!reply.isError() && reply.value().variant().toBool());
+    // One that is busy, as many are when a session begins, is no answer for good.
+    if (reply.error().type() == QDBusError::NoReply || reply.error().type() == QDBusError::Timeout) askForHost();
   });
 }
 
