@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QIcon>
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -15,6 +16,7 @@
 #include "platform/linux/BusProbe.h"
 #include "platform/linux/DBusCalls.h"
 #include "platform/linux/LinuxDesktop.h"
+#include "platform/linux/OtherPrograms.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/ui/NSApplication.h"
 #include "varnoletKit/ApplicationIdentifier.h"
@@ -45,6 +47,16 @@ void prepareEnvironment() {
   }
 }
 
+// Held keys are in memory for a moment; a crash must not put them on the disk.
+void forbidCoreDumps() {
+  rlimit limit{};
+  getrlimit(RLIMIT_CORE, &limit);
+  // Only the soft limit: programs that are opened from here may raise it. Unlike none at all, a single byte also keeps
+  // the kernel from handing the dump to a collector of crashes.
+  limit.rlim_cur = std::min<rlim_t>(1, limit.rlim_max);
+  setrlimit(RLIMIT_CORE, &limit);
+}
+
 int run(LinuxDesktop& desktop, ApplicationInstance& instance) {
   platform::ui::NSApplication application;
   varnolet::VarnoletApp app(application);
@@ -67,10 +79,9 @@ int run(LinuxDesktop& desktop, ApplicationInstance& instance) {
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
+  keepEnvironmentForOthers();
   prepareEnvironment();
-  // Held keys are in memory for a moment; a crash must not put them on the disk.
-  const rlimit noCoreDump{0, 0};
-  setrlimit(RLIMIT_CORE, &noCoreDump);
+  forbidCoreDumps();
   // The application object would end the process with a message of its own.
   if (!XcbConnection::open()) {
     std::fputs("varnolet: no X display can be reached; is DISPLAY set?\n", stderr);

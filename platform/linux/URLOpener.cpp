@@ -1,7 +1,6 @@
 #include "platform/linux/URLOpener.h"
 
 #include <QCoreApplication>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QStringList>
 #include <QUrl>
@@ -12,6 +11,7 @@
 
 #include "platform/Log.h"
 #include "platform/linux/DesktopEntries.h"
+#include "platform/linux/OtherPrograms.h"
 
 namespace platform::linux_desktop {
 namespace {
@@ -43,7 +43,7 @@ constexpr std::array<SettingsProgram, 7> settingsPrograms{{
 }};
 
 bool openWithDesktop(const QString& url) {
-  const bool isStarted = QProcess::startDetached(QStringLiteral("xdg-open"), {url});
+  const bool isStarted = startProgram(QStringLiteral("xdg-open"), {url});
   if (!isStarted) lifecycleLog.error("Failed to open %s: xdg-open cannot be started", url.toStdString());
   return isStarted;
 }
@@ -53,7 +53,7 @@ bool startSettingsProgram() {
   return std::ranges::any_of(settingsPrograms, [&](const SettingsProgram& known) {
     if (!desktops.contains(QLatin1String(known.desktop), Qt::CaseInsensitive)) return false;
     const QString file = QStandardPaths::findExecutable(QLatin1String(known.program));
-    return !file.isEmpty() && QProcess::startDetached(file, {});
+    return !file.isEmpty() && startProgram(file, {});
   });
 }
 
