@@ -31,11 +31,15 @@ TerminationSignals::TerminationSignals(std::function<void()> onSignal) : onSigna
     eventfd_read(wakeUp, &discarded);
     onSignal_();
   });
-  for (const int signal : terminationSignals) std::signal(signal, handle);
+  for (const int signal : terminationSignals) {
+    if (std::signal(signal, handle) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
 }
 
 TerminationSignals::~TerminationSignals() {
-  for (const int signal : terminationSignals) std::signal(signal, SIG_DFL);
+  for (const int signal : terminationSignals) {
+    if (std::signal(signal, SIG_DFL) == SIG_IGN) std::signal(signal, SIG_IGN);
+  }
   readable_.reset();
   close(wakeUp);
   wakeUp = -1;

@@ -5,8 +5,8 @@
 #include <functional>
 #include <memory>
 
-// One at a time, on the main thread, once the application object is there. Afterwards the signals end the process again
-// as they do by default.
+// One at a time, on the main thread, once the application object is there. Signals that whoever started the process had
+// it ignore stay ignored. Afterwards the others end the process again as they do by default.
 class TerminationSignals {
  public:
   explicit TerminationSignals(std::function<void()> onSignal);
