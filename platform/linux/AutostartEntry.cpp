@@ -79,9 +79,13 @@ SMAppServiceStatus AutostartEntry::status() {
   const bool isEntry = g_key_file_load_from_data(keys.get(), bytes->data(), bytes->size(), G_KEY_FILE_NONE, nullptr) &&
                        g_key_file_has_group(keys.get(), G_KEY_FILE_DESKTOP_GROUP);
   if (!isEntry) return SMAppServiceStatus::notRegistered;
-  const bool isHidden =
-      g_key_file_get_boolean(keys.get(), G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_HIDDEN, nullptr);
-  return isHidden ? SMAppServiceStatus::notRegistered : SMAppServiceStatus::enabled;
+  const auto says = [&keys](const char* key, bool value) {
+    return g_key_file_has_key(keys.get(), G_KEY_FILE_DESKTOP_GROUP, key, nullptr) &&
+           (g_key_file_get_boolean(keys.get(), G_KEY_FILE_DESKTOP_GROUP, key, nullptr) != 0) == value;
+  };
+  // Desktops switch an entry off in one way or the other.
+  const bool isOff = says(G_KEY_FILE_DESKTOP_KEY_HIDDEN, true) || says("X-GNOME-Autostart-enabled", false);
+  return isOff ? SMAppServiceStatus::notRegistered : SMAppServiceStatus::enabled;
 }
 
 std::optional<NSError> AutostartEntry::registerService() {

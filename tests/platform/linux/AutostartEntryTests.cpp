@@ -37,7 +37,8 @@ TEST_F(AutostartEntryTest, RegisteringWritesTheEntryAndUnregisteringRemovesIt) {
 
 TEST_F(AutostartEntryTest, AnEntryThatIsHiddenOrNoneAtAllDoesNotCountAndIsReplaced) {
   std::filesystem::create_directories(file.parent_path());
-  for (const char* bytes : {"[Desktop Entry]\nType=Application\nHidden=true\n", "", "\xff\xfe garbage",
+  for (const char* bytes : {"[Desktop Entry]\nType=Application\nHidden=true\n",
+                            "[Desktop Entry]\nExec=varnolet\nX-GNOME-Autostart-enabled=false\n", "", "\xff\xfe garbage",
                             "[Other]\nExec=varnolet\n[Desktop Action a]\nHidden=false\n"}) {
     fill(file, bytes);
     EXPECT_EQ(entry.status(), SMAppServiceStatus::notRegistered) << bytes;
