@@ -13,7 +13,7 @@ namespace {
 using namespace platform::ui;
 
 constexpr std::chrono::milliseconds flashLength(500);
-constexpr NSImageSymbolConfiguration symbolConfiguration{.pointSize = 18};
+constexpr NSImageSymbolConfiguration symbolConfiguration{.pointSize = 18, .weight = NSFontWeight::medium};
 
 }  // namespace
 

@@ -9,9 +9,13 @@
 
 namespace platform::ui {
 
+enum class NSFontWeight { medium };  // the drawings have one
+
 struct NSImageSymbolConfiguration {
-  // The side of the square, in device-independent pixels.
+  // The side of the square, in device-independent pixels. Where an icon is asked for, as by a tray, who draws it
+  // decides.
   double pointSize = 16;
+  NSFontWeight weight = NSFontWeight::medium;
 };
 
 // A value; main thread, once the application object is there.
