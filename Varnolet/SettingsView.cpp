@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <QVBoxLayout>
 #include <array>
+#include <utility>
 
 #include "Varnolet/AboutTab.h"
 #include "Varnolet/AdvancedTab.h"
@@ -29,7 +30,7 @@ SettingsView::SettingsView(std::shared_ptr<varnoletKit::SettingsManager> setting
   tabs_->setAccessibleName(QStringLiteral("Settings"));
   tabs_->addTab(new GeneralTab(settingsManager, std::move(focusGuardState)), QStringLiteral("General"));
   tabs_->addTab(new WhitelistTab(settingsManager), QStringLiteral("Whitelist"));
-  tabs_->addTab(new AdvancedTab(settingsManager, std::move(eventLogManager)), QStringLiteral("Advanced"));
+  tabs_->addTab(new AdvancedTab(std::move(settingsManager), std::move(eventLogManager)), QStringLiteral("Advanced"));
   tabs_->addTab(new AboutTab, QStringLiteral("About"));
   drawSymbols();
   tabs_->setMinimumSize(frame.expandedTo(tabs_->minimumSizeHint()));

@@ -119,7 +119,7 @@ bool TrayPresence::nativeEventFilter(const QByteArray& eventType, void* message,
   const auto* event = static_cast<const xcb_generic_event_t*>(message);
   if ((event->response_type & 0x7f) == selectionEvent_ &&
       reinterpret_cast<const xcb_xfixes_selection_notify_event_t*>(event)->selection == traySelection_) {
-    QMetaObject::invokeMethod(this, &TrayPresence::lookForEmbeddingTray, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, "lookForEmbeddingTray", Qt::QueuedConnection);
   }
   return false;
 }

@@ -35,7 +35,7 @@ class TrayPresence : public QObject, public QAbstractNativeEventFilter {
   void hostAnswered(bool isThere);
   void watchEmbeddingTray();
   bool hasEmbeddingTray() const;
-  void lookForEmbeddingTray();
+  Q_SLOT void lookForEmbeddingTray();
 
   std::function<void(TrayKind)> onAppearance_;
   QDBusConnection bus_;

@@ -19,7 +19,7 @@ std::size_t entriesOf(const std::filesystem::path& folder) {
 // Nothing is made private by the umask.
 class LinuxFileManagerTest : public testing::Test {
  protected:
-  ~LinuxFileManagerTest() override { umask(umaskBefore); }
+  void TearDown() override { umask(umaskBefore); }
 
   const mode_t umaskBefore = umask(0);
   TestFolder folder;

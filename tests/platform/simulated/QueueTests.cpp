@@ -98,7 +98,8 @@ TEST(QueueAtTheEnd, a_desktop_that_goes_away_unwinds_threads_out_of_their_run_lo
   {
     SimulatedDesktop desktop;
     outlives = dispatchQueueCreate("queue", QualityOfService::standard);
-    outlives->async([held, work = runLoopOf(createTap())] { work(); });
+    const Work runLoop = runLoopOf(createTap());
+    outlives->async([held, runLoop] { runLoop(); });
     outlives->async([held] { FAIL(); });
     desktop.advance(3s);
   }
