@@ -90,7 +90,7 @@ QWidget* AdvancedTab::makeLogButtons() {
   items->addWidget(viewButton);
   items->addStretch();
   connect(exportButton, &QPushButton::clicked, this,
-          [this] { exportLog(*eventLogManager_, QStringLiteral("Export Blocked Events Log"), this); });
+          [this] { exportLog(eventLogManager_, QStringLiteral("Export Blocked Events Log"), this); });
   connect(viewButton, &QPushButton::clicked, this, &AdvancedTab::showLogViewer);
   return row;
 }

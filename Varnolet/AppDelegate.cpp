@@ -36,7 +36,7 @@ void AppDelegate::applicationDidFinishLaunching() {
   createStatusItem();
   createPopover();
   menuBarController_ = std::make_unique<MenuBarController>(statusItem_, focusGuardState_, pauseManager_);
-  eventLogManager_->pruneEvents(settingsManager_->settings().logRetentionDays);
+  eventLogManager_->pruneEventsLater(settingsManager_->settings().logRetentionDays);
   createEngine();
   checkPermissionsSoon();
   observeNotifications();

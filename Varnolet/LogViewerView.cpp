@@ -164,7 +164,7 @@ QHBoxLayout* LogViewerView::makeBottomBar() {
   auto* doneButton = new PushButton(QStringLiteral("Done"), ButtonStyle::prominent, ButtonRole::normal, this);
   for (auto* button : {exportButton, clearButton, doneButton}) bar->addWidget(button);
   connect(exportButton, &QPushButton::clicked, this,
-          [this] { exportLog(*eventLogManager_, QStringLiteral("Export Blocked Events"), this); });
+          [this] { exportLog(eventLogManager_, QStringLiteral("Export Blocked Events"), this); });
   connect(clearButton, &QPushButton::clicked, this, &LogViewerView::confirmClear);
   setFocusProxy(doneButton);
   connect(doneButton, &QPushButton::clicked, this, [this] { window()->close(); });

@@ -86,6 +86,7 @@ void NotificationManager::postBlockNotification(const std::string& thiefName, co
   content.body = thiefName + " tried to steal focus from " + protectedName + ". " + std::to_string(keystrokesBuffered) +
                  " keystrokes buffered and restored.";
   content.categoryIdentifier = categoryIdentifier;
+  content.threadIdentifier = thiefBundleID;
   content.userInfo.emplace(thiefKey, thiefBundleID);
   if (settingsManager_->settings().soundEnabled) content.sound = UNNotificationSound::defaultSound();
 

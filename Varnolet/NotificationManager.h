@@ -19,7 +19,7 @@ class NotificationManager final : public platform::UNUserNotificationCenterDeleg
   // task of its own; nothing depends on the answer.
   static std::shared_ptr<NotificationManager> create(std::shared_ptr<varnoletKit::SettingsManager> settingsManager);
 
-  // Posts one notification, if the settings want any.
+  // Posts one notification, if the settings want any. It replaces the one of an earlier theft by the same thief.
   void postBlockNotification(const std::string& thiefName, const std::string& protectedName,
                              std::int64_t keystrokesBuffered, const std::string& thiefBundleID);
 

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Varnolet/RelativeTime.h"
+#include "platform/NSWorkspace.h"
 #include "platform/ui/FormSection.h"
 #include "platform/ui/NSApplication.h"
 #include "platform/ui/NSColor.h"
@@ -39,7 +40,12 @@ PushButton* makeButton(const QString& title, const QString& symbol, const QStrin
 PopoverView::PopoverView(std::shared_ptr<varnoletKit::FocusGuardState> state,
                          std::shared_ptr<varnoletKit::SettingsManager> settingsManager,
                          std::shared_ptr<PauseManager> pauseManager, Callbacks callbacks)
-    : state_(std::move(state)), settingsManager_(std::move(settingsManager)), pauseManager_(std::move(pauseManager)) {
+    : state_(std::move(state)),
+      settingsManager_(std::move(settingsManager)),
+      pauseManager_(std::move(pauseManager)),
+      terminations_(platform::NSWorkspace::sharedWorkspace().notificationCenter().addObserverForName(
+          platform::NSWorkspaceDidTerminateApplicationNotification, platform::NSOperationQueue::mainQueue,
+          [this](const platform::NSNotification&) { redraw(); })) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(padding, padding, padding, padding);
   column->setSpacing(spacing);
@@ -53,6 +59,10 @@ PopoverView::PopoverView(std::shared_ptr<varnoletKit::FocusGuardState> state,
   addFooter(column, std::move(callbacks));
   column->addStretch();
   redrawing_ = varnoletKit::observe([this] { redraw(); });
+}
+
+PopoverView::~PopoverView() {
+  platform::NSWorkspace::sharedWorkspace().notificationCenter().removeObserver(terminations_);
 }
 
 void PopoverView::addStatusBlock(QVBoxLayout* parent) {
@@ -138,11 +148,13 @@ void PopoverView::fitWidth() {
 }
 
 void PopoverView::redrawStatus() {
+  // Whoever has ended, or is not guarded now, is still the blessed app.
   const auto blessedApp = state_->blessedApp();
-  const auto blessedName = blessedApp ? blessedApp->localizedName() : std::nullopt;
-  protecting_->setVisible(blessedName.has_value());
-  if (blessedName) {
-    const QString name = QString::fromStdString(*blessedName);
+  const bool isProtected = blessedApp && state_->isEnabled() && !blessedApp->isTerminated();
+  const auto protectedName = isProtected ? blessedApp->localizedName() : std::nullopt;
+  protecting_->setVisible(protectedName.has_value());
+  if (protectedName) {
+    const QString name = QString::fromStdString(*protectedName);
     protecting_->setText(QStringLiteral("Protecting: ") + name);
     protecting_->setAccessibleName(QStringLiteral("Currently protecting ") + name);
   }

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "Varnolet/PauseManager.h"
+#include "platform/NSNotificationCenter.h"
 #include "platform/ui/Label.h"
 #include "varnoletKit/FocusGuardState.h"
 #include "varnoletKit/Observation.h"
@@ -15,7 +16,8 @@ class QVBoxLayout;
 
 namespace varnolet {
 
-// Redrawn at each change of the state and of a pause; the relative time only then. Main thread only.
+// Redrawn at each change of the state and of a pause, and when an application ends; the relative time only then. Main
+// thread only.
 class PopoverView : public QWidget {
  public:
   // Called on the main thread. They may delete the view.
@@ -28,6 +30,7 @@ class PopoverView : public QWidget {
   PopoverView(std::shared_ptr<varnoletKit::FocusGuardState> state,
               std::shared_ptr<varnoletKit::SettingsManager> settingsManager, std::shared_ptr<PauseManager> pauseManager,
               Callbacks callbacks);
+  ~PopoverView() override;
 
  private:
   void addStatusBlock(QVBoxLayout* column);
@@ -47,6 +50,7 @@ class PopoverView : public QWidget {
   QWidget* pauseButtons_ = nullptr;
   QWidget* resumeButton_ = nullptr;
   varnoletKit::Observation redrawing_;
+  const platform::NSNotificationCenter::ObserverToken terminations_;
 };
 
 }  // namespace varnolet

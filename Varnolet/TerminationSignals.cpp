@@ -7,17 +7,29 @@
 #include <cassert>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <utility>
 
 namespace {
 
 constexpr std::array terminationSignals{SIGINT, SIGTERM, SIGHUP};
+// By then the event loop or what follows it stands still. Leaves time for the end itself.
+constexpr itimerspec longestFarewell{{}, {0, 900'000'000}};
+constexpr int exitCodeOfTheLate = 1;
 volatile std::sig_atomic_t wakeUp = -1;
+volatile std::sig_atomic_t isEnding = 0;
+timer_t lastResort;
 
 void handle(int) {
   const int errorBefore = errno;
+  if (!isEnding) timer_settime(lastResort, 0, &longestFarewell, nullptr);
+  isEnding = 1;
   eventfd_write(wakeUp, 1);
   errno = errorBefore;
+}
+
+void endAtOnce(int) {
+  _exit(exitCodeOfTheLate);
 }
 
 }  // namespace
@@ -31,6 +43,11 @@ TerminationSignals::TerminationSignals(std::function<void()> onSignal) : onSigna
     eventfd_read(wakeUp, &discarded);
     onSignal_();
   });
+  sigevent alarm{};
+  alarm.sigev_notify = SIGEV_SIGNAL;
+  alarm.sigev_signo = SIGALRM;
+  timer_create(CLOCK_MONOTONIC, &alarm, &lastResort);
+  std::signal(SIGALRM, endAtOnce);
   for (const int signal : terminationSignals) {
     if (std::signal(signal, handle) == SIG_IGN) std::signal(signal, SIG_IGN);
   }

@@ -6,7 +6,9 @@
 #include <memory>
 
 // One at a time, on the main thread, once the application object is there. Signals that whoever started the process had
-// it ignore stay ignored. Afterwards the others end the process again as they do by default.
+// it ignore stay ignored. Afterwards the others end the process again as they do by default. A process that has not
+// ended within a second after the first signal, whatever it waits for, is ended at once; the watchdog cleans up after
+// it.
 class TerminationSignals {
  public:
   explicit TerminationSignals(std::function<void()> onSignal);

@@ -9,14 +9,15 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "PopupWatch.h"
 #include "TerminationSignals.h"
 #include "Varnolet/VarnoletApp.h"
 #include "platform/Desktop.h"
 #include "platform/linux/ApplicationInstance.h"
-#include "platform/linux/BusProbe.h"
-#include "platform/linux/DBusCalls.h"
+#include "platform/linux/DisplayOwner.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "platform/linux/OtherPrograms.h"
+#include "platform/linux/ToolkitBuses.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/ui/NSApplication.h"
 #include "varnoletKit/ApplicationIdentifier.h"
@@ -26,9 +27,10 @@ namespace {
 using namespace platform::linux_desktop;
 using varnoletKit::applicationIdentifier;
 
-enum ExitCode { ended = 0, displayLost = 1, noDisplay = 2 };
+enum ExitCode { ended = 0, displayLost = 1, noDisplay = 2, displayTaken = 3 };
 
-constexpr std::chrono::seconds busPatience(1);
+// With a guard that is about to end.
+constexpr std::chrono::milliseconds patienceWithOwner(1500);
 
 // There are no other threads yet.
 void prepareEnvironment() {
@@ -37,14 +39,6 @@ void prepareEnvironment() {
   setenv("DBUS_FATAL_WARNINGS", "0", 0);  // NOLINT(concurrency-mt-unsafe)
   // Keyboards and windows are watched through X11, so the program's own windows belong there too.
   setenv("QT_QPA_PLATFORM", "xcb", 0);  // NOLINT(concurrency-mt-unsafe)
-  // The toolkit would wait for a stopped bus for minutes, with no key guarded, and without any it would start one.
-  const QString bus = sessionBusAddress();
-  if (bus.isEmpty() || !isBusAnswering(bus, busPatience)) {
-    std::fputs(bus.isEmpty() ? "varnolet: there is no session bus; going on without notifications\n"
-                             : "varnolet: the session bus does not answer; going on without notifications\n",
-               stderr);
-    setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);  // NOLINT(concurrency-mt-unsafe)
-  }
 }
 
 // Held keys are in memory for a moment; a crash must not put them on the disk.
@@ -60,6 +54,7 @@ void forbidCoreDumps() {
 int run(LinuxDesktop& desktop, ApplicationInstance& instance) {
   platform::ui::NSApplication application;
   varnolet::VarnoletApp app(application);
+  const PopupWatch popupWatch;
   const TerminationSignals terminationSignals([&application] { application.terminate(ended); });
   desktop.setConnectionLostHandler([&application] {
     std::fputs("varnolet: the X server is gone\n", stderr);
@@ -68,7 +63,9 @@ int run(LinuxDesktop& desktop, ApplicationInstance& instance) {
   // One that begins after the program may bring the permissions along.
   desktop.setWindowManagerHandler([&app] { app.appDelegate().recheckPermissionsAndStartEngine(); });
   instance.setReopenHandler([&application] { application.reopen(); });
+  application.setTerminationHandler([&instance] { instance.giveNameBack(); });
   const int exitCode = application.run();
+  application.setTerminationHandler(nullptr);
   instance.setReopenHandler(nullptr);
   desktop.setWindowManagerHandler(nullptr);
   desktop.setConnectionLostHandler(nullptr);
@@ -83,10 +80,12 @@ int main(int argc, char** argv) {
   prepareEnvironment();
   forbidCoreDumps();
   // The application object would end the process with a message of its own.
-  if (!XcbConnection::open()) {
+  const auto connection = XcbConnection::open();
+  if (!connection) {
     std::fputs("varnolet: no X display can be reached; is DISPLAY set?\n", stderr);
     return noDisplay;
   }
+  hideSilentBusesFromToolkit(*connection);
 
   const QApplication qt(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Varnolet"));
@@ -94,6 +93,12 @@ int main(int argc, char** argv) {
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/varnolet/icon.svg")));
   ApplicationInstance instance(applicationIdentifier);
   if (instance.claim() == ApplicationInstance::Claim::second) return ended;
+  // Until everything below has ended.
+  const auto owner = DisplayOwner::claim(patienceWithOwner);
+  if (!owner) {
+    std::fputs("varnolet: this display is guarded by another process already\n", stderr);
+    return displayTaken;
+  }
   const auto desktop = LinuxDesktop::open(applicationIdentifier);
   if (!desktop) return noDisplay;
   const platform::InstalledDesktop installed(*desktop);

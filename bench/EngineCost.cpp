@@ -3,9 +3,11 @@
 #include <stdlib.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "Allocations.h"
 #include "MinimalDesktop.h"
@@ -46,6 +48,29 @@ BlockedEvent event(std::size_t number) {
           "Editor",
           5,
           104};
+}
+
+// Ten thousand appends would each rewrite the file: one event's text is repeated instead.
+void fillLog(EventLogManager& log, std::size_t events) {
+  log.clearEvents();
+  log.append(event(0));
+  std::ifstream written(log.exportURL());
+  const std::string one((std::istreambuf_iterator<char>(written)), {});
+  const auto object = one.substr(one.find('{'), one.rfind('}') - one.find('{') + 1);
+  std::ofstream all(log.exportURL());
+  all << "[\n  ";
+  for (std::size_t i = 0; i < events; ++i) all << object << (i + 1 < events ? ",\n  " : "\n]\n");
+  all.close();
+  if (log.loadEvents().size() != events) throw std::runtime_error("the long log cannot be read");
+}
+
+// A figure of this process, such as "VmRSS".
+long residentKilobytes(const std::string& name) {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with(name + ':')) return std::stol(line.substr(name.size() + 1));
+  }
+  throw std::runtime_error("no " + name);
 }
 
 }  // namespace
@@ -90,26 +115,32 @@ std::vector<Row> measureTappedEvents() {
           {"Allocations, for a key that passes", formatted(each, ""), "", {}, 0.0, allocations == 0}};
 }
 
-Row measureLogAppend() {
+std::vector<Row> measureLogAppend() {
   constexpr std::size_t storedEvents = 10000;
   constexpr std::size_t appends = 15;
+  constexpr std::size_t manyEvents = 100'000;
+  constexpr double mostMemory = 3;
   const stage::TemporaryFolder folder;
   MinimalDesktop desktop;
   const platform::InstalledDesktop installed(desktop);
   EventLogManager log(folder.path());
-  // Ten thousand appends would each rewrite the file: the last one's text is repeated instead.
-  log.append(event(0));
-  std::ifstream written(log.exportURL());
-  const std::string one((std::istreambuf_iterator<char>(written)), {});
-  const auto object = one.substr(one.find('{'), one.rfind('}') - one.find('{') + 1);
-  std::string all = "[\n  ";
-  for (std::size_t i = 0; i < storedEvents; ++i) all += object + (i + 1 < storedEvents ? ",\n  " : "\n]\n");
-  std::ofstream(log.exportURL()) << all;
-  if (log.loadEvents().size() != storedEvents) throw std::runtime_error("the long log cannot be read");
-
+  fillLog(log, storedEvents);
   Samples microseconds;
   for (std::size_t i = 0; i < appends; ++i) microseconds.add(microsecondsOf([&] { log.append(event(i)); }));
-  return {"Append to a log of 10,000 events", formatted(microseconds.median() / 1000, "ms"), "", {}, {}};
+
+  fillLog(log, manyEvents);
+  const auto before = residentKilobytes("VmRSS");
+  std::ofstream("/proc/self/clear_refs") << "5";  // forgets the highest so far
+  log.append(event(0));
+  const double grown = static_cast<double>(residentKilobytes("VmHWM") - before) * 1024;
+  const double times = grown / static_cast<double>(std::filesystem::file_size(log.exportURL()));
+  return {{"Append to a log of 10,000 events", formatted(microseconds.median() / 1000, "ms"), "", {}, {}},
+          {"Memory to append to one of 100,000 (times its size)",
+           formatted(times, ""),
+           "",
+           {},
+           mostMemory,
+           times <= mostMemory}};
 }
 
 Row measureWhitelistCheck() {

@@ -36,6 +36,7 @@ if every limit was kept.
                               debug messages off and nothing held back.
   Allocations ...             how often that asks for memory.
   Append to a log ...         one blocked event added to a log of 10,000: read, add, write, flush to disk, rename.
+  Memory to append ...        how far that lets the resident memory grow at its highest, for ten times the events.
   Whitelist check ...         one question, which reads the stored settings each time.
   Idle: ...                   the running program and its watchdog when nobody types: how often their threads wake up,
                               their share of one processor, their resident memory.
@@ -67,7 +68,7 @@ int measure(const Wishes& wishes) {
   add(measureKeyLatency(wishes.program, wishes.isQuick ? 3 : 12));
   add(measureThefts(wishes.program, wishes.isQuick ? 20 : 200));
   add(measureTappedEvents());
-  rows.push_back(measureLogAppend());
+  add(measureLogAppend());
   rows.push_back(measureWhitelistCheck());
   add(measureIdle(wishes.program, wishes.isQuick ? 5 : 20));
   std::fputs(tableOf(rows).c_str(), stdout);

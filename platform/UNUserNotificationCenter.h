@@ -74,6 +74,9 @@ struct UNMutableNotificationContent {
   std::string title = {};
   std::string body = {};
   std::string categoryIdentifier = {};
+  // What the notification is about. A newer one about the same replaces it on the screen; without, it stands for
+  // itself.
+  std::string threadIdentifier = {};
   // Comes back with the user's answer.
   UserInfo<std::int32_t, std::string> userInfo = {};
   std::optional<UNNotificationSound> sound = std::nullopt;
@@ -147,7 +150,7 @@ class UNUserNotificationCenter {
       std::function<void(bool granted, const std::optional<NSError>& error)> completionHandler) = 0;
   // Replaces the categories set before.
   virtual void setNotificationCategories(std::vector<UNNotificationCategory> categories) = 0;
-  // Tells the error, or nothing once the desktop took the notification.
+  // Tells the error, or nothing once the desktop took the notification or a newer one of its thread in its place.
   virtual void addNotificationRequest(
       UNNotificationRequest request,
       std::function<void(const std::optional<NSError>& error)> withCompletionHandler) = 0;

@@ -22,6 +22,9 @@ class UserDefaults {
   virtual std::optional<std::string> data(const std::string& key) = 0;
   // Replaces the value on disk before it returns. A store that cannot be written keeps its value for this process.
   virtual void set(const std::string& bytes, const std::string& key) = 0;
+  // Moves all that is stored to where nothing replaces it, for the user to look at, and begins anew. False if that
+  // failed. Either is logged.
+  virtual bool setAside() = 0;
 };
 
 }  // namespace platform

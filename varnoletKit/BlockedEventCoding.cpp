@@ -1,8 +1,10 @@
 #include "varnoletKit/BlockedEventCoding.h"
 
 #include <array>
+#include <numeric>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "varnoletKit/ISO8601.h"
 #include "varnoletKit/RecordReader.h"
@@ -50,24 +52,42 @@ constexpr std::array<RecordMember<BlockedEvent>, 8> members{{
     {"timestamp", &takeTimestamp},
 }};
 
+// What an event takes beside its names, with numbers of some digits.
+constexpr std::size_t usualFrameSize = 300;
+
 }  // namespace
 
+// Event by event: a tree of a long log would take several times its memory.
 std::variant<std::string, CodingError> encodeBlockedEvents(const std::vector<BlockedEvent>& events) {
   using nlohmann::json;
-  json document = json::array();
+  if (events.empty()) return "[]";
+  std::string document;
+  document.reserve(
+      std::accumulate(events.begin(), events.end(), std::size_t{0}, [](std::size_t size, const auto& event) {
+        return size + usualFrameSize + event.thiefBundleID.size() + event.thiefName.size() +
+               event.protectedBundleID.size() + event.protectedName.size();
+      }));
+  const char* separator = "[\n  {";
   for (const BlockedEvent& event : events) {
-    auto id = canonicalUUID(event.id);
+    const auto id = canonicalUUID(event.id);
     if (!id) return CodingError{"the id of an event is not a UUID"};
-    document.push_back({{"id", std::move(*id)},
-                        {"keystrokesBuffered", event.keystrokesBuffered},
-                        {"protectedBundleID", event.protectedBundleID},
-                        {"protectedName", event.protectedName},
-                        {"reactivationLatencyMs", event.reactivationLatencyMs},
-                        {"thiefBundleID", event.thiefBundleID},
-                        {"thiefName", event.thiefName},
-                        {"timestamp", iso8601String(event.timestamp)}});
+    const auto add = [&document](const char* beginning, const json& value) {
+      document += beginning;
+      document += value.dump(-1, ' ', false, json::error_handler_t::replace);
+    };
+    document += std::exchange(separator, ",\n  {");
+    add("\n    \"id\": ", *id);
+    add(",\n    \"keystrokesBuffered\": ", event.keystrokesBuffered);
+    add(",\n    \"protectedBundleID\": ", event.protectedBundleID);
+    add(",\n    \"protectedName\": ", event.protectedName);
+    add(",\n    \"reactivationLatencyMs\": ", event.reactivationLatencyMs);
+    add(",\n    \"thiefBundleID\": ", event.thiefBundleID);
+    add(",\n    \"thiefName\": ", event.thiefName);
+    add(",\n    \"timestamp\": ", iso8601String(event.timestamp));
+    document += "\n  }";
   }
-  return document.dump(2, ' ', false, json::error_handler_t::replace);
+  document += "\n]";
+  return document;
 }
 
 std::variant<std::vector<BlockedEvent>, CodingError> decodeBlockedEvents(const std::string& document) {

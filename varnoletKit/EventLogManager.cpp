@@ -1,5 +1,6 @@
 #include "varnoletKit/EventLogManager.h"
 
+#include <algorithm>
 #include <limits>
 #include <string>
 #include <utility>
@@ -29,6 +30,10 @@ platform::Date cutoffBefore(platform::Date now, std::int64_t days) {
   return platform::dateByAddingDays(-days, now).value_or(platform::Date::min());
 }
 
+void tellOfFailedWrite(const std::string& why) {
+  lifecycleLog.error("Failed to write blocked events: %s", why);
+}
+
 }  // namespace
 
 EventLogManager::EventLogManager(const std::optional<std::filesystem::path>& directoryURL)
@@ -40,15 +45,27 @@ EventLogManager::EventLogManager(const std::optional<std::filesystem::path>& dir
 }
 
 std::vector<BlockedEvent> EventLogManager::loadEvents() {
-  const std::lock_guard lock(lock_);
-  makeWaitingChanges();
-  return readEvents().value_or(std::vector<BlockedEvent>());
+  const auto lock = lockUpToDate();
+  auto contents = readEvents();
+  auto* events = std::get_if<std::vector<BlockedEvent>>(&contents);
+  return events ? std::move(*events) : std::vector<BlockedEvent>();
+}
+
+std::optional<platform::NSError> EventLogManager::exportEvents(const std::filesystem::path& to) {
+  const auto lock = lockUpToDate();
+  return platform::NSFileManager::defaultManager().copyItem(exportURL_, to);
 }
 
 void EventLogManager::append(const BlockedEvent& event) {
-  const std::lock_guard lock(lock_);
-  makeWaitingChanges();
-  appendNow(event);
+  changeNow(event);
+}
+
+void EventLogManager::clearEvents() {
+  changeNow(Clearing{});
+}
+
+void EventLogManager::pruneEvents(std::int64_t olderThanDays) {
+  changeNow(Pruning{cutoffBefore(platform::dateNow(), olderThanDays)});
 }
 
 void EventLogManager::appendLater(const BlockedEvent& event) {
@@ -56,78 +73,82 @@ void EventLogManager::appendLater(const BlockedEvent& event) {
 }
 
 void EventLogManager::clearEventsLater() {
-  changeLater(std::nullopt);
+  changeLater(Clearing{});
 }
 
-void EventLogManager::changeLater(const Change& change) {
-  {
-    const std::lock_guard lock(waitingLock_);
-    waiting_.push_back(change);
-  }
-  queue_->async([this] {
-    const std::lock_guard lock(lock_);
-    makeWaitingChanges();
-  });
+void EventLogManager::pruneEventsLater(std::int64_t olderThanDays) {
+  changeLater(Pruning{cutoffBefore(platform::dateNow(), olderThanDays)});
 }
 
-void EventLogManager::clearEvents() {
-  const std::lock_guard lock(lock_);
-  makeWaitingChanges();
-  writeEvents({});
+void EventLogManager::changeLater(Change change) {
+  addToWaiting(std::move(change));
+  queue_->async([this] { lockUpToDate(); });
 }
 
-void EventLogManager::pruneEvents(std::int64_t olderThanDays) {
-  const std::lock_guard lock(lock_);
-  makeWaitingChanges();
-  const platform::Date cutoff = cutoffBefore(platform::dateNow(), olderThanDays);
-  auto events = readEvents();
-  if (!events) return;
-  const auto removed = std::erase_if(*events, [&](const BlockedEvent& event) { return event.timestamp < cutoff; });
-  if (removed == 0) return;
-  writeEvents(*events);
-  lifecycleLog.info("Pruned %ld old blocked events", static_cast<std::int64_t>(removed));
+void EventLogManager::changeNow(Change change) {
+  addToWaiting(std::move(change));
+  lockUpToDate();
 }
 
-// What waits is written by the queue or by whatever operation comes before it, so that none overtakes it.
-void EventLogManager::makeWaitingChanges() {
+void EventLogManager::addToWaiting(Change change) {
+  const std::lock_guard lock(waitingLock_);
+  waiting_.push_back(std::move(change));
+}
+
+std::unique_lock<std::mutex> EventLogManager::lockUpToDate() {
+  std::unique_lock lock(lock_);
   std::vector<Change> changes;
   {
-    const std::lock_guard lock(waitingLock_);
+    const std::lock_guard waitingLock(waitingLock_);
     changes.swap(waiting_);
   }
-  for (const auto& event : changes) {
-    if (event) {
-      appendNow(*event);
-    } else {
-      writeEvents({});
+  if (!changes.empty()) make(changes);
+  return lock;
+}
+
+// With one reading and one writing for all of them.
+void EventLogManager::make(const std::vector<Change>& changes) {
+  const auto isClearing = [](const Change& change) { return std::holds_alternative<Clearing>(change); };
+  // Nothing of what the file held and of what came before is left after a clearing.
+  const auto start = std::find_if(changes.rbegin(), changes.rend(), isClearing).base();
+  bool isChanged = start != changes.begin();
+  Contents contents = isChanged ? Contents() : readEvents();
+  bool isEventLost = false;
+  std::int64_t pruned = 0;
+  for (auto change = start; change != changes.end(); ++change) {
+    const auto* event = std::get_if<BlockedEvent>(&*change);
+    if (event && std::holds_alternative<Undecodable>(contents)) contents = setUndecodableFileAside();
+    auto* events = std::get_if<std::vector<BlockedEvent>>(&contents);
+    if (event && events) {
+      events->push_back(*event);
+      isChanged = true;
+    } else if (event) {
+      isEventLost = true;
+    } else if (events) {
+      const auto cutoff = std::get<Pruning>(*change).cutoff;
+      pruned += static_cast<std::int64_t>(
+          std::erase_if(*events, [cutoff](const BlockedEvent& old) { return old.timestamp < cutoff; }));
     }
   }
+  if (isEventLost) tellOfFailedWrite(std::get<platform::NSError>(contents).localizedDescription);
+  if (isChanged || pruned > 0) writeEvents(std::get<std::vector<BlockedEvent>>(contents));
+  for (const Change& change : changes) {
+    if (const auto* event = std::get_if<BlockedEvent>(&change)) {
+      focusLog.info("Logged blocked event: %s → %s", event->thiefName, event->protectedName);
+    }
+  }
+  if (pruned > 0) lifecycleLog.info("Pruned %ld old blocked events", pruned);
 }
 
-void EventLogManager::appendNow(const BlockedEvent& event) {
-  auto events = readEvents();
-  const auto obstacle = events ? std::nullopt : setUnreadableFileAside();
-  if (obstacle) {
-    lifecycleLog.error("Failed to write blocked events: %s", obstacle->localizedDescription);
-  } else {
-    if (!events) events.emplace();
-    events->push_back(event);
-    writeEvents(*events);
+EventLogManager::Contents EventLogManager::readEvents() {
+  auto document = platform::NSFileManager::defaultManager().contents(exportURL_);
+  if (auto* error = std::get_if<platform::NSError>(&document)) {
+    return error->isNoSuchFile ? Contents() : Contents(std::move(*error));
   }
-  focusLog.info("Logged blocked event: %s → %s", event.thiefName, event.protectedName);
-}
-
-std::optional<std::vector<BlockedEvent>> EventLogManager::readEvents() {
-  auto& fileManager = platform::NSFileManager::defaultManager();
-  const auto document = fileManager.contents(exportURL_);
-  if (!document) {
-    if (fileManager.fileExists(exportURL_)) return std::nullopt;
-    return std::vector<BlockedEvent>();
-  }
-  auto decoded = decodeBlockedEvents(*document);
+  auto decoded = decodeBlockedEvents(std::get<std::string>(document));
   if (const auto* error = std::get_if<CodingError>(&decoded)) {
     lifecycleLog.error("Failed to decode blocked events: %s", error->description);
-    return std::nullopt;
+    return Undecodable{};
   }
   return std::move(std::get<std::vector<BlockedEvent>>(decoded));
 }
@@ -135,24 +156,20 @@ std::optional<std::vector<BlockedEvent>> EventLogManager::readEvents() {
 void EventLogManager::writeEvents(const std::vector<BlockedEvent>& events) {
   const auto encoded = encodeBlockedEvents(events);
   if (const auto* error = std::get_if<CodingError>(&encoded)) {
-    lifecycleLog.error("Failed to write blocked events: %s", error->description);
+    tellOfFailedWrite(error->description);
     return;
   }
   const auto failure =
       platform::NSFileManager::defaultManager().writeAtomically(exportURL_, std::get<std::string>(encoded));
-  if (failure) lifecycleLog.error("Failed to write blocked events: %s", failure->localizedDescription);
+  if (failure) tellOfFailedWrite(failure->localizedDescription);
 }
 
-std::optional<platform::NSError> EventLogManager::setUnreadableFileAside() {
-  auto& fileManager = platform::NSFileManager::defaultManager();
-  std::filesystem::path aside;
-  int number = 0;
-  do {
-    ++number;
-    aside = exportURL_;
-    aside.replace_filename("blocked-events.unreadable-" + std::to_string(number) + ".json");
-  } while (fileManager.fileExists(aside));
-  return fileManager.moveItem(exportURL_, aside);
+EventLogManager::Contents EventLogManager::setUndecodableFileAside() {
+  auto moved = platform::NSFileManager::defaultManager().setItemAside(exportURL_);
+  if (auto* error = std::get_if<platform::NSError>(&moved)) return std::move(*error);
+  lifecycleLog.error("Set the blocked events that cannot be decoded aside as %s",
+                     std::get<std::filesystem::path>(moved).string());
+  return Contents();
 }
 
 }  // namespace varnoletKit

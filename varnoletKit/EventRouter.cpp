@@ -14,8 +14,11 @@ constexpr platform::Logger gestureLog(platform::LogCategory::gesture);
 }  // namespace
 
 EventRouter::EventRouter(std::shared_ptr<GestureDetector> gestureDetector,
-                         std::shared_ptr<KeystrokeBuffer> keystrokeBuffer)
-    : gestureDetector_(std::move(gestureDetector)), keystrokeBuffer_(std::move(keystrokeBuffer)) {}
+                         std::shared_ptr<KeystrokeBuffer> keystrokeBuffer,
+                         std::shared_ptr<ExpectedReturn> expectedReturn)
+    : gestureDetector_(std::move(gestureDetector)),
+      keystrokeBuffer_(std::move(keystrokeBuffer)),
+      expectedReturn_(std::move(expectedReturn)) {}
 
 platform::CGEvent* EventRouter::handleTapEvent(platform::CGEventTapProxy, platform::CGEventType type,
                                                platform::CGEvent& event) {
@@ -25,18 +28,13 @@ platform::CGEvent* EventRouter::handleTapEvent(platform::CGEventTapProxy, platfo
   if (type == platform::kCGEventKeyDown || type == platform::kCGEventKeyUp) {
     captureIfFrontmostChanged();
   } else if (type != platform::kCGEventFlagsChanged) {
-    expectReturnOf(0);
+    expectedReturn_->end();
   }
   return keystrokeBuffer_->handleEvent(type, event);
 }
 
-void EventRouter::noteFrontmost(std::int32_t pid) {
+void EventRouter::setLastKnownFrontmostPID(std::int32_t pid) {
   lastKnownFrontmostPID_.set(pid);
-}
-
-void EventRouter::acceptFrontmost(std::int32_t pid) {
-  expectReturnOf(0);
-  noteFrontmost(pid);
 }
 
 void EventRouter::captureIfFrontmostChanged() {
@@ -47,16 +45,18 @@ void EventRouter::captureIfFrontmostChanged() {
   if (pid == lastPID) return;
   focusLog.info("⚡️ EventRouter detected PID change: %d → %d", lastPID, pid);
   // What is held for a judged theft stays so.
-  if (pid == returningPID_ || keystrokeBuffer_->mode() == BufferMode::capturing) return;
-  // The main thread may judge, or give up, at any moment: having started one kind of capture, look again.
-  if (returningPID_ != 0) {
-    keystrokeBuffer_->startCapturing();
-    if (returningPID_ == 0) keystrokeBuffer_->startSpeculativeCapture();
-    return;
-  }
+  if (pid == expectedReturn_->pid() || keystrokeBuffer_->mode() == BufferMode::capturing) return;
   keystrokeBuffer_->startSpeculativeCapture();
   focusLog.info("⏸️  EventRouter started speculative capture on PID change");
-  if (returningPID_ != 0 && returningPID_ != pid) keystrokeBuffer_->promoteToCapture();
+  // The main thread may judge a theft, or give one up, at any moment. It deals with a capture that it finds; so look
+  // now that there is one, and once more after the promotion, which it may just have missed.
+  const auto isForAnother = [this, pid] {
+    const std::int32_t expected = expectedReturn_->pid();
+    return expected != 0 && expected != pid;
+  };
+  if (!isForAnother()) return;
+  keystrokeBuffer_->promoteToCapture();
+  if (!isForAnother()) keystrokeBuffer_->startSpeculativeCapture();
 }
 
 }  // namespace varnoletKit

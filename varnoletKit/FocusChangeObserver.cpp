@@ -27,13 +27,17 @@ FocusChangeObserver::FocusChangeObserver(std::shared_ptr<GestureDetecting> gestu
                                          std::shared_ptr<WhitelistChecking> whitelistChecker,
                                          std::int64_t gestureWindowMs, std::shared_ptr<FocusGuardState> state,
                                          std::weak_ptr<FocusChangeDelegate> delegate,
-                                         std::shared_ptr<KeystrokeBuffer> keystrokeBuffer)
+                                         std::shared_ptr<KeystrokeBuffer> keystrokeBuffer,
+                                         std::shared_ptr<ExpectedReturn> expectedReturn,
+                                         std::shared_ptr<EventRouter> eventRouter)
     : gestureDetector_(std::move(gestureDetector)),
       whitelistChecker_(std::move(whitelistChecker)),
       gestureWindowMs_(gestureWindowMs),
       state_(std::move(state)),
       delegate_(std::move(delegate)),
       keystrokeBuffer_(std::move(keystrokeBuffer)),
+      expectedReturn_(std::move(expectedReturn)),
+      eventRouter_(std::move(eventRouter)),
       blessedApp_(frontmostButThisProgram()) {
   assert(platform::isMainThread());
 }
@@ -78,11 +82,6 @@ void FocusChangeObserver::updateBlessedApp(std::optional<NSRunningApplication> a
   blessedApp_ = std::move(app);
 }
 
-void FocusChangeObserver::setEventRouter(std::shared_ptr<EventRouter> eventRouter) {
-  assert(platform::isMainThread());
-  eventRouter_ = std::move(eventRouter);
-}
-
 void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   assert(platform::isMainThread());
   if (!state_->isEnabled()) {
@@ -98,8 +97,10 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
 
   // The blessed app coming back is never a theft. While a theft is being undone it is how that succeeds, and the held
   // keys wait for the replay, which also counts them. Later than that, nobody else would give them to it.
-  const bool isBlessedApp = blessedApp_ == app;
-  if (isBlessedApp && eventRouter_ && eventRouter_->returningPID() == app.processIdentifier()) return;
+  if (expectedReturn_->pid() == app.processIdentifier()) {
+    focusLog.info("↩️ Brought back, leaving held keys to the replay: %s", name);
+    return;
+  }
 
   if (isUserInitiated) {
     focusLog.info("✅ User-initiated activation: %s (%s)", name, bundleID);
@@ -107,9 +108,10 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   } else if (whitelistChecker_->isWhitelisted(bundleID)) {
     focusLog.info("✅ Whitelisted programmatic activation: %s (%s)", name, bundleID);
     accept(app, name, &FocusChangeDelegate::focusChangeWhitelisted);
-  } else if (isBlessedApp) {
+  } else if (blessedApp_ == app) {
+    focusLog.info("↩️ Came back by itself, accepting: %s", name);
     accept(app, name, &FocusChangeDelegate::focusChangeUserInitiated);
-  } else if (isThereSomethingToProtect()) {
+  } else if (blessedApp_) {
     focusLog.info("🚨 THEFT DETECTED: %s (%s) stole from %s", name, bundleID,
                   blessedApp_->localizedName().value_or("unknown"));
     reportTheft(app);
@@ -119,14 +121,10 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   }
 }
 
-// The program does not protect its own windows: the user closes them, and what comes to the front then is no thief.
-bool FocusChangeObserver::isThereSomethingToProtect() const {
-  return blessedApp_ && blessedApp_->bundleIdentifier() != applicationIdentifier;
-}
-
 void FocusChangeObserver::accept(const NSRunningApplication& app, const std::string& name,
                                  void (FocusChangeDelegate::*outcome)(const NSRunningApplication&)) {
-  if (eventRouter_) eventRouter_->acceptFrontmost(app.processIdentifier());
+  expectedReturn_->end();
+  if (eventRouter_) eventRouter_->setLastKnownFrontmostPID(app.processIdentifier());
   const std::int64_t flushed = keystrokeBuffer_->flush();
   focusLog.info("💨 Flushed %ld buffered keystroke(s) to %s", flushed, name);
   blessedApp_ = app;
@@ -134,7 +132,8 @@ void FocusChangeObserver::accept(const NSRunningApplication& app, const std::str
 }
 
 void FocusChangeObserver::reportTheft(const NSRunningApplication& thief) {
-  if (eventRouter_) eventRouter_->expectReturnOf(blessedApp_->processIdentifier());
+  // Kept until the delegate has taken its own: without one, nobody is brought back.
+  const auto expectation = expectedReturn_->expect(blessedApp_->processIdentifier());
   keystrokeBuffer_->promoteToCapture();
   focusLog.info("🔒 Promoted buffer to capture mode, will replay to blessed app");
   if (delegate_.expired()) {

@@ -49,12 +49,12 @@ FocusGuardEngine::FocusGuardEngine(std::int64_t gestureWindowMs, std::int64_t bu
   gestureDetector_ = std::make_shared<GestureDetector>(gestureCapacity);
   keystrokeBuffer_ = std::make_shared<KeystrokeBuffer>(bufferTimeoutMs, std::weak_ptr<KeystrokeBufferDelegate>());
   axObserverManager_ = std::make_shared<AXObserverManager>();
-  eventRouter_ = std::make_shared<EventRouter>(gestureDetector_, keystrokeBuffer_);
+  eventRouter_ = std::make_shared<EventRouter>(gestureDetector_, keystrokeBuffer_, expectedReturn_);
   eventTapManager_ = std::make_unique<EventTapManager>(eventRouter_);
   focusChangeSink_ = std::make_shared<FocusChangeSink>();
-  focusChangeObserver_ = std::make_shared<FocusChangeObserver>(
-      gestureDetector_, std::move(whitelistChecker), gestureWindowMs, state_, focusChangeSink_, keystrokeBuffer_);
-  focusChangeObserver_->setEventRouter(eventRouter_);
+  focusChangeObserver_ =
+      std::make_shared<FocusChangeObserver>(gestureDetector_, std::move(whitelistChecker), gestureWindowMs, state_,
+                                            focusChangeSink_, keystrokeBuffer_, expectedReturn_, eventRouter_);
 }
 
 bool FocusGuardEngine::start() {
@@ -78,6 +78,7 @@ void FocusGuardEngine::stop() {
   eventTapManager_->stop();
   focusChangeObserver_->stopObserving();
   axObserverManager_->stopMonitoring();
+  expectedReturn_->end();
   keystrokeBuffer_->cancelCapture();
   isRunning_ = false;
   state_->setIsEnabled(false);
@@ -91,9 +92,9 @@ void FocusGuardEngine::handleProgrammaticTheft(const NSRunningApplication& thief
   focusLog.info("🔴 handleProgrammaticTheft called - thief: %s, blessed: %s", nameOf(thief), nameOf(blessedApp));
   beginIntercept(thief);
   focusLog.info("🛡️  Beginning intercept for %s → %s", nameOf(thief), nameOf(blessedApp));
-  ++reactivationsInFlight_;
-  platform::runOnMainThread([weak = weak_from_this(), thief, blessedApp] {
-    if (auto engine = weak.lock()) undoTheft(std::move(engine), thief, blessedApp);
+  platform::runOnMainThread([weak = weak_from_this(), thief, blessedApp,
+                             expectation = expectedReturn_->expect(blessedApp.processIdentifier())]() mutable {
+    if (auto engine = weak.lock()) undoTheft(std::move(engine), thief, blessedApp, std::move(expectation));
   });
 }
 
@@ -106,27 +107,41 @@ void FocusGuardEngine::beginIntercept(const NSRunningApplication& thief) {
 }
 
 platform::DetachedTask FocusGuardEngine::undoTheft(std::shared_ptr<FocusGuardEngine> engine, NSRunningApplication thief,
-                                                   NSRunningApplication blessedApp) {
+                                                   NSRunningApplication blessedApp,
+                                                   ExpectedReturn::Expectation expectation) {
   const ReactivationResult result = co_await engine->reactivationManager_.reactivate(blessedApp);
-  if (--engine->reactivationsInFlight_ == 0) engine->eventRouter_->expectReturnOf(0);
+  const bool wasExpected = engine->expectedReturn_->isCurrent(expectation);
+  expectation.reset();
   if (const auto* success = std::get_if<ReactivationResult::success>(&result.value)) {
-    engine->blockSucceeded(thief, blessedApp, success->latencyMs);
-  } else if (std::holds_alternative<ReactivationResult::appTerminated>(result.value)) {
+    const std::int64_t replayed = engine->endIntercept(blessedApp, wasExpected);
+    engine->reportBlock(thief, blessedApp, replayed, success->latencyMs);
+  } else if (wasExpected && std::holds_alternative<ReactivationResult::appTerminated>(result.value)) {
     engine->keystrokeBuffer_->cancelCapture();
-    engine->acceptFrontmost();
+    engine->yieldToFrontmost();
   }
   // Not confirmed: the keys stay held for the blessed app, should it come back by itself, until the buffer's timeout or
   // a click of the user ends the intercept.
 }
 
-void FocusGuardEngine::blockSucceeded(const NSRunningApplication& thief, const NSRunningApplication& blessedApp,
-                                      std::int64_t latencyMs) {
+std::int64_t FocusGuardEngine::endIntercept(const NSRunningApplication& blessedApp, bool wasExpected) {
+  if (!wasExpected) {
+    // It has ended before. What is held by now is not for this application: it waits to be judged, or for another
+    // application that is being brought back. With nothing held, the replay only stops a timeout that was left behind.
+    if (expectedReturn_->pid() != 0 || keystrokeBuffer_->mode() != BufferMode::passThrough) return 0;
+    state_->setIsIntercepting(false);
+    return keystrokeBuffer_->replay();
+  }
   // Before the first key goes out: the same thief, should it be back by then, must not pass for the one in front.
-  eventRouter_->noteFrontmost(blessedApp.processIdentifier());
+  eventRouter_->setLastKnownFrontmostPID(blessedApp.processIdentifier());
   const std::int64_t replayed = keystrokeBuffer_->replay();
-  // And once more: a key that was decided on meanwhile may have left another process noted.
-  eventRouter_->noteFrontmost(blessedApp.processIdentifier());
+  // And once more: a key that was decided on meanwhile may have set another process.
+  eventRouter_->setLastKnownFrontmostPID(blessedApp.processIdentifier());
   state_->setIsIntercepting(false);
+  return replayed;
+}
+
+void FocusGuardEngine::reportBlock(const NSRunningApplication& thief, const NSRunningApplication& blessedApp,
+                                   std::int64_t keystrokesReplayed, std::int64_t latencyMs) {
   const BlockedEvent event{
       .id = platform::newUUID(),
       .timestamp = platform::dateNow(),
@@ -134,7 +149,7 @@ void FocusGuardEngine::blockSucceeded(const NSRunningApplication& thief, const N
       .thiefName = nameOf(thief),
       .protectedBundleID = bundleIDOf(blessedApp),
       .protectedName = nameOf(blessedApp),
-      .keystrokesBuffered = replayed,
+      .keystrokesBuffered = keystrokesReplayed,
       .reactivationLatencyMs = latencyMs,
   };
   if (eventLogger_) eventLogger_->log(event);
@@ -146,23 +161,24 @@ void FocusGuardEngine::keystrokeBufferDidTimeout() {
   assert(platform::isMainThread());
   // Told late, when the next change of the focus already waits to be judged: that one must not be accepted unseen.
   if (keystrokeBuffer_->mode() != BufferMode::passThrough) {
-    if (reactivationsInFlight_ == 0) state_->setIsIntercepting(false);
+    if (expectedReturn_->pid() == 0) state_->setIsIntercepting(false);
     return;
   }
-  acceptFrontmost();
+  yieldToFrontmost();
   focusLog.info("Intercept timed out — blessed app updated to current frontmost");
 }
 
 void FocusGuardEngine::keystrokeBufferDidCancelViaMouseClick() {
   assert(platform::isMainThread());
-  acceptFrontmost();
+  yieldToFrontmost();
   focusLog.info("Intercept cancelled by mouse click — user accepted new app");
 }
 
-void FocusGuardEngine::acceptFrontmost() {
+void FocusGuardEngine::yieldToFrontmost() {
   state_->setIsIntercepting(false);
   const auto frontmost = platform::NSWorkspace::sharedWorkspace().frontmostApplication();
-  eventRouter_->acceptFrontmost(frontmost ? frontmost->processIdentifier() : 0);
+  expectedReturn_->end();
+  eventRouter_->setLastKnownFrontmostPID(frontmost ? frontmost->processIdentifier() : 0);
   focusChangeObserver_->updateBlessedApp(frontmost);
   state_->setBlessedApp(frontmost);
 }

@@ -1,4 +1,4 @@
-// The whole guard behind one door.
+// Starts and stops the guard, and undoes the thefts that it finds.
 #pragma once
 
 #include <cstdint>
@@ -12,6 +12,7 @@
 #include "varnoletKit/EventLogging.h"
 #include "varnoletKit/EventRouter.h"
 #include "varnoletKit/EventTapManager.h"
+#include "varnoletKit/ExpectedReturn.h"
 #include "varnoletKit/FocusChangeObserver.h"
 #include "varnoletKit/FocusChangeSink.h"
 #include "varnoletKit/FocusGuardState.h"
@@ -50,7 +51,8 @@ class FocusGuardEngine final : public KeystrokeBufferDelegate, public std::enabl
   AXObserverManager& axObserverManager() const { return *axObserverManager_; }
   FocusGuardState& state() const { return *state_; }
 
-  // Counts the theft at once and undoes it in a task of its own. Thefts that overlap are undone independently.
+  // Counts the theft at once and undoes it in a task of its own. Thefts that overlap are undone independently. The held
+  // keys are replayed into the blessed app only if its return was expected without a break since this call.
   void handleProgrammaticTheft(const platform::NSRunningApplication& thief,
                                const platform::NSRunningApplication& blessedApp);
 
@@ -66,11 +68,14 @@ class FocusGuardEngine final : public KeystrokeBufferDelegate, public std::enabl
   // Keeps the engine until the theft is undone or given up.
   static platform::DetachedTask undoTheft(std::shared_ptr<FocusGuardEngine> engine,
                                           platform::NSRunningApplication thief,
-                                          platform::NSRunningApplication blessedApp);
-  void blockSucceeded(const platform::NSRunningApplication& thief, const platform::NSRunningApplication& blessedApp,
-                      std::int64_t latencyMs);
-  // Ends the intercept in favour of whichever application is in front, possibly none.
-  void acceptFrontmost();
+                                          platform::NSRunningApplication blessedApp,
+                                          ExpectedReturn::Expectation expectation);
+  // The blessed app was seen in front. Returns how many keys were replayed into it.
+  std::int64_t endIntercept(const platform::NSRunningApplication& blessedApp, bool wasExpected);
+  void reportBlock(const platform::NSRunningApplication& thief, const platform::NSRunningApplication& blessedApp,
+                   std::int64_t keystrokesReplayed, std::int64_t latencyMs);
+  // Gives every intercept up in favour of whichever application is in front, possibly none.
+  void yieldToFrontmost();
 
   std::shared_ptr<GestureDetector> gestureDetector_;
   std::shared_ptr<KeystrokeBuffer> keystrokeBuffer_;
@@ -78,11 +83,11 @@ class FocusGuardEngine final : public KeystrokeBufferDelegate, public std::enabl
   std::shared_ptr<AXObserverManager> axObserverManager_;
   std::shared_ptr<FocusChangeObserver> focusChangeObserver_;
   std::shared_ptr<FocusChangeSink> focusChangeSink_;
+  const std::shared_ptr<ExpectedReturn> expectedReturn_ = std::make_shared<ExpectedReturn>();
   std::shared_ptr<EventRouter> eventRouter_;
   const std::shared_ptr<EventLogging> eventLogger_;
   const std::shared_ptr<FocusGuardState> state_;
   bool isRunning_ = false;
-  int reactivationsInFlight_ = 0;
   // The last: the tap's thread ends before anything that it uses is gone.
   std::unique_ptr<EventTapManager> eventTapManager_;
 };

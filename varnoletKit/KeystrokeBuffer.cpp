@@ -79,7 +79,7 @@ void KeystrokeBuffer::startSpeculativeCapture() {
   Timer superseded;
   {
     const std::lock_guard lock(lock_);
-    mode_ = BufferMode::speculative;
+    hold(BufferMode::speculative);
     superseded = take(speculativeTimeoutTask_);
   }
   start(speculativeTimeoutTask_, std::move(superseded), speculativeTimeout, &KeystrokeBuffer::speculativeTimerExpired);
@@ -90,8 +90,8 @@ void KeystrokeBuffer::startCapturing() {
   Timer superseded;
   {
     const std::lock_guard lock(lock_);
-    mode_ = BufferMode::capturing;
-    superseded = take(timeoutTask_);
+    hold(BufferMode::capturing);
+    superseded = takeToRestart();
   }
   startCaptureTimer(std::move(superseded));
   bufferLog.debug("Keystroke buffer: capturing started");
@@ -104,7 +104,7 @@ void KeystrokeBuffer::promoteToCapture() {
     const std::lock_guard lock(lock_);
     if (mode_ == BufferMode::speculative) mode_ = BufferMode::capturing;
     speculative = take(speculativeTimeoutTask_);
-    superseded = take(timeoutTask_);
+    superseded = takeToRestart();
   }
   startCaptureTimer(std::move(superseded));
   bufferLog.info("Keystroke buffer: promoted from speculative to capturing");
@@ -162,6 +162,16 @@ KeystrokeBuffer::Timer KeystrokeBuffer::take(Timer& timer) {
   return std::exchange(timer, Timer{{}, timer.generation});
 }
 
+void KeystrokeBuffer::hold(BufferMode mode) {
+  if (mode_ == BufferMode::passThrough) ++holds_;
+  mode_ = mode;
+}
+
+KeystrokeBuffer::Timer KeystrokeBuffer::takeToRestart() {
+  holdsAtTimeoutStart_ = holds_;
+  return take(timeoutTask_);
+}
+
 KeystrokeBuffer::Keystrokes KeystrokeBuffer::takeEventsAndPassThrough() {
   mode_ = BufferMode::passThrough;
   return std::exchange(events_, {});
@@ -208,6 +218,8 @@ void KeystrokeBuffer::captureTimerExpired(std::uint64_t generation) {
   {
     const std::lock_guard lock(lock_);
     if (timeoutTask_.generation != generation) return;
+    // Left behind by a flush: what is held now is not what it was to end.
+    if (mode_ != BufferMode::passThrough && holds_ != holdsAtTimeoutStart_) return;
     dropped = takeEventsAndPassThrough();
     expired = take(timeoutTask_);
     speculative = take(speculativeTimeoutTask_);

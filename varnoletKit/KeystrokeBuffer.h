@@ -52,7 +52,8 @@ class KeystrokeBuffer final : public std::enable_shared_from_this<KeystrokeBuffe
   void promoteToCapture();
 
   // Both post what is held, oldest first, to the application in front, let everything pass from then on, and return
-  // how many events they posted. flush() leaves a capture timeout running, replay() a speculative one.
+  // how many events they posted. flush() leaves a capture timeout running, replay() a speculative one. Neither of these
+  // does anything to what is held from a later start on.
   std::int64_t flush();
   std::int64_t replay();
   // Drops what is held and lets everything pass.
@@ -73,6 +74,8 @@ class KeystrokeBuffer final : public std::enable_shared_from_this<KeystrokeBuffe
   // Both with the lock held. What they return is let go of without it: cancelling the task waits for a timeout that
   // may just be about to take the lock.
   static Timer take(Timer& timer);
+  void hold(BufferMode mode);
+  Timer takeToRestart();
   Keystrokes takeEventsAndPassThrough();
 
   // Sets `timer` going, in place of the one taken out of it.
@@ -83,11 +86,16 @@ class KeystrokeBuffer final : public std::enable_shared_from_this<KeystrokeBuffe
   void notifyOnMainThread(void (KeystrokeBufferDelegate::*notification)());
 
   Keystrokes events_;
-  // Guards the held events, the mode's changes and the two timers. Never held while posting, logging or waiting.
+  // Guards the held events, the mode's changes, the holds and the two timers. Never held while posting, logging or
+  // waiting.
   mutable std::mutex lock_;
   const std::int64_t bufferTimeoutMs_;
   Timer timeoutTask_;
   Timer speculativeTimeoutTask_;
+  // Holds begun so far: each lasts until everything passes again. And how many there were when the capture timeout was
+  // started.
+  std::uint64_t holds_ = 0;
+  std::uint64_t holdsAtTimeoutStart_ = 0;
   std::weak_ptr<KeystrokeBufferDelegate> delegate_;  // main thread
   std::atomic<BufferMode> mode_{BufferMode::passThrough};
 };

@@ -57,6 +57,9 @@ void SettingsManager::save(const UserSettings& settings) {
     lifecycleLog.error("Failed to encode UserSettings: %s", error->description);
     return;
   }
+  const auto stored = defaults_->data(storedKey);
+  const bool isLost = stored && std::holds_alternative<CodingError>(decodeUserSettings(*stored));
+  if (isLost && !defaults_->setAside()) return;
   defaults_->set(std::get<std::string>(encoded), storedKey);
 }
 

@@ -29,8 +29,8 @@ class SettingsManager {
   // the defaults and leaves `settings` as they are.
   UserSettings load();
 
-  // Stores the settings, or the given ones without taking them over. If they cannot be encoded, the store keeps its
-  // value.
+  // Stores the settings, or the given ones without taking them over. What is stored and cannot be decoded is set aside
+  // first. If that fails, or if the settings cannot be encoded, the store keeps its value.
   void save();
   void save(const UserSettings& settings);
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 namespace platform::linux_desktop {
 namespace {
@@ -16,7 +15,16 @@ constexpr std::string_view preferences = "com.apple.systempreferences";
 constexpr std::string_view screenReader = "com.apple.voiceover";
 constexpr std::string_view accessibilityInspector = "com.apple.accessibilityinspector";
 
-constexpr auto roles = std::to_array<std::pair<std::string_view, std::string_view>>({
+// The roles' identifiers, and those of the built-in whitelist that nothing here plays, all begin so.
+constexpr std::string_view roleNamespace = "com.apple.";
+
+struct Role {
+  std::string_view program;
+  std::string_view identifier;
+  bool isScript = false;
+};
+
+constexpr auto roles = std::to_array<Role>({
     // Password and authorisation prompts.
     {"gcr-prompter", securityAgent},
     {"gcr4-ssh-askpass", securityAgent},
@@ -43,7 +51,7 @@ constexpr auto roles = std::to_array<std::pair<std::string_view, std::string_vie
     {"x11-ssh-askpass", securityAgent},
     {"xfce-polkit", securityAgent},
     // Greeters and screen lockers.
-    {"cinnamon-screensaver", loginWindow},
+    {"cinnamon-screensaver", loginWindow, true},
     {"gnome-screensaver", loginWindow},
     {"gnome-screensaver-dialog", loginWindow},
     {"i3lock", loginWindow},
@@ -108,14 +116,15 @@ constexpr auto roles = std::to_array<std::pair<std::string_view, std::string_vie
     {"synapse", panels},
     {"tint2", panels},
     {"trayer", panels},
-    {"ulauncher", panels},
+    {"ulauncher", panels, true},
     {"vala-panel", panels},
+    {"wrapper-2.0", panels},  // a plugin of xfce4-panel, such as its menu
     {"xfce4-appfinder", panels},
     {"xfce4-panel", panels},
     {"xfdesktop", panels},
     // Settings centres.
     {"budgie-control-center", preferences},
-    {"cinnamon-settings", preferences},
+    {"cinnamon-settings", preferences, true},
     {"gnome-control-center", preferences},
     {"lxqt-config", preferences},
     {"mate-control-center", preferences},
@@ -124,21 +133,42 @@ constexpr auto roles = std::to_array<std::pair<std::string_view, std::string_vie
     {"unity-control-center", preferences},
     {"xfce4-settings-manager", preferences},
     // Assistive programs.
-    {"orca", screenReader},
-    {"accerciser", accessibilityInspector},
+    {"orca", screenReader, true},
+    {"accerciser", accessibilityInspector, true},
 });
+
+std::optional<std::string> identifierOf(const Role* role) {
+  if (role == roles.end()) return std::nullopt;
+  return std::string(role->identifier);
+}
 
 }  // namespace
 
-std::optional<std::string> agentRoleOf(std::string_view program) {
-  const auto* role =
-      std::find_if(roles.begin(), roles.end(), [&](const auto& candidate) { return candidate.first == program; });
-  if (role == roles.end()) return std::nullopt;
-  return std::string(role->second);
+std::optional<std::string> agentRoleOf(const ProcessProgram& program) {
+  const bool isScript = !program.script.empty();
+  const std::string_view name = isScript ? program.script : program.executable;
+  return identifierOf(std::find_if(
+      roles.begin(), roles.end(), [&](const Role& role) { return role.program == name && role.isScript == isScript; }));
+}
+
+std::optional<std::string> agentRoleOfFile(std::string_view name) {
+  return identifierOf(std::find_if(roles.begin(), roles.end(), [&](const Role& role) { return role.program == name; }));
+}
+
+std::optional<std::string> agentRoleOfProcess(pid_t process) {
+  return agentRoleOf(programOf(process));
+}
+
+bool isLauncher(pid_t process) {
+  return agentRoleOfProcess(process) == panels;
 }
 
 bool isAgentRole(std::string_view identifier) {
-  return std::any_of(roles.begin(), roles.end(), [&](const auto& role) { return role.second == identifier; });
+  return std::any_of(roles.begin(), roles.end(), [&](const Role& role) { return role.identifier == identifier; });
+}
+
+bool isKeptForAgents(std::string_view identifier) {
+  return identifier.starts_with(roleNamespace);
 }
 
 }  // namespace platform::linux_desktop

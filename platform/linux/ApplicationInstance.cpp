@@ -1,7 +1,6 @@
 #include "platform/linux/ApplicationInstance.h"
 
 #include <QDBusConnection>
-#include <QDBusError>
 #include <QDBusReply>
 #include <QMetaObject>
 #include <QVariantMap>
@@ -64,6 +63,10 @@ ApplicationInstance::ApplicationInstance(const std::string& applicationIdentifie
       isStartCallDue_(qEnvironmentVariableIsSet("DBUS_STARTER_BUS_TYPE")) {}
 
 ApplicationInstance::~ApplicationInstance() {
+  giveNameBack();
+}
+
+void ApplicationInstance::giveNameBack() {
   QDBusConnection::disconnectFromBus(connectionName);
 }
 
@@ -74,18 +77,16 @@ ApplicationInstance::Claim ApplicationInstance::claim() {
   QDBusConnection(connectionName).registerVirtualObject(path_, this);
   if (!isNameTaken(name_, deadline)) return Claim::primary;
   if (tellPrimary()) return Claim::second;
-  // It ended between the two questions.
+  // It has ended since the first question, or is about to; otherwise it hangs.
   return isNameTaken(name_, steady_clock::now() + patienceWithBus) ? Claim::second : Claim::primary;
 }
 
-// False if there is none any more. One that does not answer is one nevertheless.
 bool ApplicationInstance::tellPrimary() const {
   auto call = QDBusMessage::createMethodCall(name_, path_, applicationInterface, QStringLiteral("Activate"));
   call.setAutoStartService(false);
   call << QVariantMap();
   constexpr int patienceMs = std::chrono::milliseconds(patienceWithPrimary).count();
-  const auto answer = QDBusConnection(connectionName).call(call, QDBus::Block, patienceMs);
-  return answer.errorName() != QDBusError::errorString(QDBusError::ServiceUnknown);
+  return QDBusConnection(connectionName).call(call, QDBus::Block, patienceMs).type() == QDBusMessage::ReplyMessage;
 }
 
 void ApplicationInstance::setReopenHandler(std::function<void()> handler) {

@@ -18,12 +18,14 @@ class ApplicationInstance : public QDBusVirtualObject {
   enum class Claim { primary, second };
 
   explicit ApplicationInstance(const std::string& applicationIdentifier);
-  // Gives the name back.
   ~ApplicationInstance() override;
 
   // To be called once. The first one is primary; the second has told the first to reopen, for which it waits up to two
   // seconds, and should end. Without a bus that answers within a second, every one is primary.
   Claim claim();
+  // To be called as soon as the end begins: who is started from then on becomes the first one, and nobody's call is
+  // taken any more.
+  void giveNameBack();
   // Called from the event loop when the program is started again; also if that was before the handler was set.
   void setReopenHandler(std::function<void()> handler);
 
@@ -32,6 +34,7 @@ class ApplicationInstance : public QDBusVirtualObject {
   bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 
  private:
+  // True once it has taken the call.
   bool tellPrimary() const;
   Q_SLOT void reopen();
 

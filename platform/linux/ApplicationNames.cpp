@@ -3,12 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
-#include <filesystem>
 #include <fstream>
 #include <string_view>
-#include <system_error>
+#include <utility>
 
 #include "platform/linux/AgentRoles.h"
 #include "platform/linux/ReadableText.h"
@@ -18,8 +16,9 @@ namespace platform::linux_desktop {
 namespace {
 
 std::optional<std::string> identifierIn(const std::string& text) {
-  if (text.empty()) return std::nullopt;
-  return readableIdentifier(text);
+  std::string identifier = readableIdentifier(text);
+  if (identifier.empty() || isKeptForAgents(identifier)) return std::nullopt;
+  return identifier;
 }
 
 std::optional<std::string> nameIn(const std::string& text) {
@@ -33,51 +32,12 @@ std::string firstPart(const std::string& text) {
   return text.substr(0, text.find('\0'));
 }
 
-// From "id", "id.desktop" or the path of a desktop entry.
-std::optional<std::string> desktopIdIn(const std::optional<std::string>& text) {
-  if (!text) return std::nullopt;
-  std::string id = firstPart(*text);
-  if (const auto slash = id.rfind('/'); slash != std::string::npos) id.erase(0, slash + 1);
-  if (id.ends_with(".desktop")) id.resize(id.size() - std::string_view(".desktop").size());
-  if (id.empty()) return std::nullopt;
-  return id;
-}
-
-bool isInterpreter(std::string_view program) {
-  constexpr std::array<std::string_view, 7> interpreters{"python", "perl", "ruby", "node", "gjs", "bash", "dash"};
-  return std::any_of(interpreters.begin(), interpreters.end(), [&](std::string_view name) {
-    // Also with a version, as in python3.11.
-    return program.starts_with(name) &&
-           std::all_of(program.begin() + static_cast<std::ptrdiff_t>(name.size()), program.end(),
-                       [](unsigned char c) { return std::isdigit(c) || c == '.'; });
-  });
-}
-
-// The first argument that is no option.
-std::string scriptOf(const std::string& processFolder) {
-  std::ifstream commandLine(processFolder + "/cmdline", std::ios::binary);
-  std::string argument;
-  std::getline(commandLine, argument, '\0');
-  while (std::getline(commandLine, argument, '\0')) {
-    if (!argument.starts_with('-')) return std::filesystem::path(argument).filename().string();
-  }
-  return {};
-}
-
-// The name of the program that the process runs; empty if it cannot be known.
-std::string programOf(pid_t process) {
-  const std::string folder = "/proc/" + std::to_string(process);
-  std::error_code error;
-  std::string program = std::filesystem::read_symlink(folder + "/exe", error).filename().string();
-  constexpr std::string_view replaced = " (deleted)";  // since the process was started
-  if (program.ends_with(replaced)) program.resize(program.size() - replaced.size());
-  if (program.empty()) {
-    std::ifstream commandName(folder + "/comm");
-    std::getline(commandName, program);
-  }
-  if (!isInterpreter(program)) return program;
-  const std::string script = scriptOf(folder);
-  return script.empty() ? program : script;
+// For want of a better name.
+std::string commandNameOf(pid_t process) {
+  std::ifstream file("/proc/" + std::to_string(process) + "/comm");
+  std::string name;
+  std::getline(file, name);
+  return name;
 }
 
 std::string lowerCase(std::string text) {
@@ -88,24 +48,35 @@ std::string lowerCase(std::string text) {
 
 }  // namespace
 
+std::optional<std::string> desktopIdIn(const std::optional<std::string>& text) {
+  if (!text) return std::nullopt;
+  std::string id = firstPart(*text);
+  if (const auto slash = id.rfind('/'); slash != std::string::npos) id.erase(0, slash + 1);
+  if (id.ends_with(".desktop")) id.resize(id.size() - std::string_view(".desktop").size());
+  if (id.empty()) return std::nullopt;
+  return id;
+}
+
 std::optional<std::string> bundleIdentifierOf(const DesktopEntry& entry) {
-  if (auto role = agentRoleOf(entry.program)) return role;
-  return identifierIn(entry.id);
+  if (auto role = agentRoleOfFile(entry.program)) return role;
+  if (auto id = identifierIn(entry.id)) return id;
+  return entry.id.empty() ? std::nullopt : identifierIn(entry.program);
 }
 
 ApplicationNaming::ApplicationNaming(XcbConnection& connection, std::string applicationIdentifier)
     : connection_(connection), applicationIdentifier_(std::move(applicationIdentifier)) {}
 
 ApplicationNames ApplicationNaming::namesOf(pid_t process, xcb_window_t window) {
-  const Hints hints = hintsOf(process, window);
-  const auto entry = entryOf(hints);
+  const ProcessProgram program = programOf(process);
+  const Hints hints = hintsOf(process, program, window);
+  const auto entry = entryOf(process, hints);
   ApplicationNames names;
   for (const auto& name : {entry ? entry->name : std::string(), hints.windowClass, hints.program}) {
     if (!names.localizedName) names.localizedName = nameIn(name);
   }
   if (process == getpid()) {
     names.bundleIdentifier = applicationIdentifier_;
-  } else if (const auto role = agentRoleOf(hints.program)) {
+  } else if (const auto role = agentRoleOf(program)) {
     names.bundleIdentifier = role;
   } else if (entry) {
     names.bundleIdentifier = identifierIn(entry->id);
@@ -114,32 +85,50 @@ ApplicationNames ApplicationNaming::namesOf(pid_t process, xcb_window_t window) 
       if (!names.bundleIdentifier) names.bundleIdentifier = identifierIn(id);
     }
   }
+  if (!names.localizedName) names.localizedName = names.bundleIdentifier;
   return names;
 }
 
-ApplicationNaming::Hints ApplicationNaming::hintsOf(pid_t process, xcb_window_t window) {
+// Looked at as it would be read: what sanitising leaves out must not make another identifier of it.
+bool ApplicationNaming::mayBeCalled(pid_t process, const std::string& id) const {
+  if (process == getpid()) return true;
+  const std::string identifier = readableIdentifier(id);
+  return identifier != applicationIdentifier_ && !isKeptForAgents(identifier);
+}
+
+ApplicationNaming::Hints ApplicationNaming::hintsOf(pid_t process, const ProcessProgram& program, xcb_window_t window) {
+  const auto permitted = [&](std::string id) { return mayBeCalled(process, id) ? std::move(id) : std::string(); };
   Hints hints;
-  hints.program = programOf(process);
+  const std::string& file = program.script.empty() ? program.executable : program.script;
+  hints.program = permitted(file.empty() ? commandNameOf(process) : file);
   if (window == XCB_WINDOW_NONE) return hints;
   for (const char* property : {"_GTK_APPLICATION_ID", "_KDE_NET_WM_DESKTOP_FILE", "_BAMF_DESKTOP_FILE_HINT"}) {
     if (!hints.desktopId) hints.desktopId = desktopIdIn(textOf(connection_, window, property));
+    if (hints.desktopId && !mayBeCalled(process, *hints.desktopId)) hints.desktopId.reset();
   }
   // Two texts, each with a NUL at its end.
   const std::string instanceAndClass = textOf(connection_, window, "WM_CLASS").value_or(std::string());
-  hints.windowInstance = firstPart(instanceAndClass);
-  if (hints.windowInstance.size() < instanceAndClass.size()) {
-    hints.windowClass = firstPart(instanceAndClass.substr(hints.windowInstance.size() + 1));
+  const std::string instance = firstPart(instanceAndClass);
+  hints.windowInstance = permitted(instance);
+  if (instance.size() < instanceAndClass.size()) {
+    hints.windowClass = permitted(firstPart(instanceAndClass.substr(instance.size() + 1)));
   }
   return hints;
 }
 
-std::optional<DesktopEntry> ApplicationNaming::entryOf(const Hints& hints) {
-  if (hints.desktopId) return entries_.entryWithId(*hints.desktopId);
+std::optional<DesktopEntry> ApplicationNaming::entryOf(pid_t process, const Hints& hints) {
+  const auto permitted = [&](const std::optional<DesktopEntry>& entry) {
+    return entry && mayBeCalled(process, entry->id);
+  };
+  if (hints.desktopId) {
+    auto entry = entries_.entryWithId(*hints.desktopId);
+    return permitted(entry) ? std::move(entry) : std::nullopt;
+  }
   for (const auto& name : {hints.windowClass, hints.windowInstance}) {
-    if (auto entry = entries_.entryWithStartupClass(name)) return entry;
+    if (auto entry = entries_.entryWithStartupClass(name); permitted(entry)) return entry;
   }
   for (const auto& name : {hints.windowClass, lowerCase(hints.windowClass), hints.windowInstance, hints.program}) {
-    if (auto entry = entries_.entryWithId(name)) return entry;
+    if (auto entry = entries_.entryWithId(name); permitted(entry)) return entry;
   }
   return std::nullopt;
 }

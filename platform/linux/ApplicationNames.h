@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/linux/DesktopEntries.h"
+#include "platform/linux/ProcessProgram.h"
 #include "platform/linux/XcbConnection.h"
 
 namespace platform::linux_desktop {
@@ -15,6 +16,9 @@ struct ApplicationNames {
   std::optional<std::string> bundleIdentifier;
   std::optional<std::string> localizedName;
 };
+
+// The identifier of a desktop entry in what a window says: "id", "id.desktop" or the path of its file. Absent if none.
+std::optional<std::string> desktopIdIn(const std::optional<std::string>& text);
 
 // What a running application of that entry is called; absent if the entry has no id.
 std::optional<std::string> bundleIdentifierOf(const DesktopEntry& entry);
@@ -29,7 +33,7 @@ class ApplicationNaming {
   ApplicationNames namesOf(pid_t process, xcb_window_t window);
 
  private:
-  // What a window says about its application, most telling first.
+  // What a window and its process say about their application, most telling first.
   struct Hints {
     std::optional<std::string> desktopId;
     std::string windowClass;
@@ -37,8 +41,10 @@ class ApplicationNaming {
     std::string program;
   };
 
-  Hints hintsOf(pid_t process, xcb_window_t window);
-  std::optional<DesktopEntry> entryOf(const Hints& hints);
+  // Without the identifiers that are not for the window's process to claim: those of the desktop's agents and our own.
+  Hints hintsOf(pid_t process, const ProcessProgram& program, xcb_window_t window);
+  bool mayBeCalled(pid_t process, const std::string& id) const;
+  std::optional<DesktopEntry> entryOf(pid_t process, const Hints& hints);
 
   XcbConnection& connection_;
   std::string applicationIdentifier_;

@@ -73,7 +73,9 @@ std::string AutostartEntry::contents() const {
 
 SMAppServiceStatus AutostartEntry::status() {
   const auto entry = file();
-  const auto bytes = entry ? LinuxFileManager().contents(*entry) : std::nullopt;
+  if (!entry) return SMAppServiceStatus::notRegistered;
+  const auto contents = LinuxFileManager().contents(*entry);
+  const auto* bytes = std::get_if<std::string>(&contents);
   if (!bytes) return SMAppServiceStatus::notRegistered;
   const std::unique_ptr<GKeyFile, FreeKeyFile> keys(g_key_file_new());
   const bool isEntry = g_key_file_load_from_data(keys.get(), bytes->data(), bytes->size(), G_KEY_FILE_NONE, nullptr) &&

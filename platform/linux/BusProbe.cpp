@@ -45,39 +45,43 @@ std::optional<SocketName> socketNameIn(const QByteArray& address) {
   return std::nullopt;
 }
 
-// False at once if nobody listens, and in the end if too many wait there.
-bool connectUntil(int descriptor, const SocketName& name, steady_clock::time_point deadline) {
+// Absent at once if nobody listens, and silent in the end if too many wait there.
+BusState connectUntil(int descriptor, const SocketName& name, steady_clock::time_point deadline) {
   constexpr auto pause = std::chrono::milliseconds(10);
   while (::connect(descriptor, reinterpret_cast<const sockaddr*>(&name.address), name.length) != 0) {
-    if (errno != EAGAIN || steady_clock::now() + pause > deadline) return false;
+    if (errno != EAGAIN) return BusState::absent;
+    if (steady_clock::now() + pause > deadline) return BusState::silent;
     std::this_thread::sleep_for(pause);
   }
-  return true;
+  return BusState::answering;
 }
 
 // Asks which ways to prove who one is there are, with which every conversation may begin.
-bool isAnsweredUntil(int descriptor, steady_clock::time_point deadline) {
+BusState askUntil(int descriptor, steady_clock::time_point deadline) {
   constexpr char question[] = "\0AUTH\r\n";
   constexpr std::size_t length = sizeof question - 1;
-  if (::send(descriptor, question, length, MSG_NOSIGNAL) != static_cast<ssize_t>(length)) return false;
+  if (::send(descriptor, question, length, MSG_NOSIGNAL) != static_cast<ssize_t>(length)) return BusState::absent;
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
   pollfd answer{descriptor, POLLIN, 0};
-  return ::poll(&answer, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0))) == 1;
+  const bool isAnswered = ::poll(&answer, 1, static_cast<int>(std::max<std::int64_t>(left.count(), 0))) == 1;
+  return isAnswered ? BusState::answering : BusState::silent;
 }
 
 }  // namespace
 
-bool isBusAnswering(const QString& address, std::chrono::milliseconds patience) {
+BusState probeBus(const QString& address, std::chrono::milliseconds patience) {
   const auto deadline = steady_clock::now() + patience;
   // A client takes the first that it can connect to.
   for (const QByteArray& part : address.toLocal8Bit().split(';')) {
     const auto name = socketNameIn(part);
-    if (!name) return true;
+    if (!name) return BusState::answering;
     const FileDescriptor descriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!descriptor.isOpen()) return false;
-    if (connectUntil(descriptor.get(), *name, deadline)) return isAnsweredUntil(descriptor.get(), deadline);
+    if (!descriptor.isOpen()) return BusState::absent;
+    const BusState state = connectUntil(descriptor.get(), *name, deadline);
+    if (state == BusState::silent) return state;
+    if (state == BusState::answering) return askUntil(descriptor.get(), deadline);
   }
-  return false;
+  return BusState::absent;
 }
 
 }  // namespace platform::linux_desktop

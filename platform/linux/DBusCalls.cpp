@@ -15,9 +15,17 @@ namespace {
 // With a bus that must have a lot to do.
 constexpr auto patience = std::chrono::seconds(25);
 
+QString keptSessionBusAddress;
+
 }  // namespace
 
+void hideSessionBusFromToolkit(bool isKept) {
+  if (isKept) keptSessionBusAddress = sessionBusAddress();
+  qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+}
+
 QString sessionBusAddress() {
+  if (!keptSessionBusAddress.isEmpty()) return keptSessionBusAddress;
   QString address = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
   if (!address.isEmpty()) return address;
   const QString socket = qEnvironmentVariable("XDG_RUNTIME_DIR") + QStringLiteral("/bus");

@@ -13,6 +13,10 @@ namespace platform::linux_desktop {
 // Where this user's session bus is; empty if there is none: the D-Bus library would start one of its own.
 QString sessionBusAddress();
 
+// Nobody finds the session bus through the environment any more; sessionBusAddress() goes on telling where it is if
+// `isKept`. Before there are threads that read the environment.
+void hideSessionBusFromToolkit(bool isKept);
+
 // Where the system's bus is.
 QString systemBusAddress();
 

@@ -22,7 +22,8 @@ class FocusWatch {
 
   explicit FocusWatch(XcbConnection& connection) : connection_(connection), owners_(connection) {}
 
-  // Asks for the events that handle() wants to see.
+  // Asks for the events that handle() wants to see, and besides for XInput's: the focus leaving any window, the pointer
+  // entering one of the screen's uppermost level.
   void begin();
   Sign handle(const xcb_generic_event_t& event);
   // The process that a key would go to now. A question to the server, exact as long as it is grabbed.
@@ -30,6 +31,7 @@ class FocusWatch {
 
  private:
   void watchFocusOf(xcb_window_t window);
+  void watchTopLevel(xcb_window_t window);
   void watchFocusOfClients();
   std::optional<pid_t> ownerOfActiveWindow();
 

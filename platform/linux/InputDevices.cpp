@@ -14,6 +14,10 @@ constexpr std::uint16_t requiredMinor = 2;
 
 }  // namespace
 
+InputDevices::InputDevices(XcbConnection& connection) : connection_(connection) {
+  if (const auto* setup = xcb_get_setup(connection)) idleKey_ = setup->max_keycode;
+}
+
 bool InputDevices::isSupported() {
   const auto* xinput = xcb_get_extension_data(connection_, &xcb_input_id);
   const auto* xtest = xcb_get_extension_data(connection_, &xcb_test_id);
@@ -33,6 +37,7 @@ std::uint8_t InputDevices::xinputOpcode() {
 
 void InputDevices::refresh(const std::vector<DeviceId>& ours) {
   keyboards_.clear();
+  pointers_.clear();
   xtestKeyboard_.reset();
   masterKeyboard_.reset();
   const auto reply = replyTo(connection_, xcb_input_xi_query_device_reply,
@@ -50,12 +55,14 @@ void InputDevices::refresh(const std::vector<DeviceId>& ours) {
       if (!isOurs && masterKeyboard_ && device.attachment != *masterKeyboard_) continue;
       if (isXtest(id)) {
         xtestKeyboard_ = id;
+        select(id, XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS);
       } else {
         keyboards_.push_back(id);
         select(id, XCB_INPUT_XI_EVENT_MASK_RAW_KEY_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_KEY_RELEASE);
       }
     } else if (device.type == XCB_INPUT_DEVICE_TYPE_SLAVE_POINTER && !isXtest(id)) {
-      select(id, XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS);
+      pointers_.push_back(id);
+      select(id, XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_RELEASE);
     }
   }
 }
@@ -87,6 +94,18 @@ void InputDevices::select(DeviceId device, std::uint32_t mask) {
     std::uint32_t mask;
   } const selection{{device, 1}, mask};
   xcb_input_xi_select_events(connection_, connection_.root(), 1, &selection.header);
+}
+
+bool InputDevices::isPointer(DeviceId device) const {
+  return std::find(pointers_.begin(), pointers_.end(), device) != pointers_.end();
+}
+
+void InputDevices::makeSource(DeviceId keyboard) {
+  const auto* xinput = xcb_get_extension_data(connection_, &xcb_input_id);
+  if (!xinput) return;  // the connection is lost
+  const auto release = static_cast<std::uint8_t>(xinput->first_event + XCB_INPUT_DEVICE_KEY_RELEASE);
+  xcb_test_fake_input(connection_, release, idleKey_, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0,
+                      static_cast<std::uint8_t>(keyboard));
 }
 
 std::optional<KeySet> InputDevices::keysDown(DeviceId device) {

@@ -14,11 +14,12 @@ namespace platform::linux_desktop {
 // The slave devices of the core keyboard and pointer. On the tap's thread.
 class InputDevices {
  public:
-  explicit InputDevices(XcbConnection& connection) : connection_(connection) {}
+  explicit InputDevices(XcbConnection& connection);
 
   // Negotiates XInput 2.2, XTEST and XKB; false if the server lacks one of them.
   bool isSupported();
-  // Asks the server anew which devices there are, and asks for the raw events of those that are physical. A keyboard
+  // Asks the server anew which devices there are, and asks for the raw events of those that are physical, and for what
+  // is typed through XTEST. A keyboard
   // that we hold floats; `ours` names those, all other floating ones are somebody else's business.
   void refresh(const std::vector<DeviceId>& ours);
   // Asks to be told when devices come and go.
@@ -29,10 +30,17 @@ class InputDevices {
 
   // The physical keyboards.
   const std::vector<DeviceId>& keyboards() const { return keyboards_; }
+  // Whether it is one of the physical mice and the like.
+  bool isPointer(DeviceId device) const;
   // The one that XTEST types on; absent if the server has none.
   std::optional<DeviceId> xtestKeyboard() const { return xtestKeyboard_; }
   // The one that applications listen to.
   std::optional<DeviceId> masterKeyboard() const { return masterKeyboard_; }
+  // Makes it the one that the applications' keyboard has its keymap from, as the next key typed on it would. The server
+  // then tells all programs of a new keyboard, and some grab their shortcuts anew: for a moment nobody has them.
+  void makeSource(DeviceId keyboard);
+  // That is done by the release of this key, which nobody has down.
+  KeyCode idleKey() const { return idleKey_; }
   // The keys that the device has down; absent if it is gone.
   std::optional<KeySet> keysDown(DeviceId device);
   std::uint8_t xinputOpcode();
@@ -42,7 +50,9 @@ class InputDevices {
   void select(DeviceId device, std::uint32_t mask);
 
   XcbConnection& connection_;
+  KeyCode idleKey_ = 0;
   std::vector<DeviceId> keyboards_;
+  std::vector<DeviceId> pointers_;
   std::optional<DeviceId> xtestKeyboard_;
   std::optional<DeviceId> masterKeyboard_;
 };

@@ -5,6 +5,7 @@
 
 #include "platform/linux/KeyStroke.h"
 #include "platform/linux/XcbConnection.h"
+#include "platform/linux/intent/UserIntent.h"
 
 namespace platform::linux_desktop {
 
@@ -15,6 +16,8 @@ class KeyRoles {
   void load(XcbConnection& connection, DeviceId keyboard);
 
   bool isModifier(KeyCode key) const { return modifiers_[key]; }
+  const KeySet& modifiers() const { return modifiers_; }
+  UserIntent::KeyKind kindOf(KeyCode key) const { return kinds_[key]; }
   // The type of an event of this key.
   CGEventType typeOf(KeyCode key, bool isPress) const;
   // The flags of an event of `key` while `down` are the keys held.
@@ -24,6 +27,7 @@ class KeyRoles {
   std::array<CGEventFlags, 256> held_{};  // while the key is held
   KeySet commands_;                       // keys that are a command by themselves
   KeySet modifiers_;
+  std::array<UserIntent::KeyKind, 256> kinds_{};
 };
 
 }  // namespace platform::linux_desktop

@@ -75,13 +75,19 @@ void copyKeymap(Display* display, DeviceId from, DeviceId to) {
   const std::string wanted = describe(display, from);
   // What cannot be described is not known to be equal.
   if (!wanted.empty() && wanted == describe(display, to)) return;
-  const KeyboardOwned keyboard(XkbGetKeyboard(display, XkbGBN_AllComponentsMask & ~XkbGBN_GeometryMask, from));
-  if (!keyboard || !keyboard->map) return;
+  // Part by part: a whole keyboard comes through the server's keymap compiler, which mangles the names.
+  constexpr unsigned names = XkbAllNamesMask & ~XkbGeometryNameMask;
+  const KeyboardOwned keyboard(XkbGetMap(display, XkbAllMapComponentsMask, from));
+  if (!keyboard || !keyboard->map || XkbGetIndicatorMap(display, ~0UL, keyboard.get()) != Success ||
+      XkbGetCompatMap(display, XkbAllCompatMask, keyboard.get()) != Success ||
+      XkbGetNames(display, names, keyboard.get()) != Success) {
+    return;
+  }
   keyboard->device_spec = to;
   XkbSetMap(display, XkbAllMapComponentsMask, keyboard.get());
   XkbSetIndicatorMap(display, ~0UL, keyboard.get());
   XkbSetCompatMap(display, XkbAllCompatMask, keyboard.get(), True);
-  XkbSetNames(display, XkbAllNamesMask & ~XkbGeometryNameMask, 0, keyboard->map->num_types, keyboard.get());
+  XkbSetNames(display, names, 0, keyboard->map->num_types, keyboard.get());
 }
 
 void copyRepeat(Display* display, DeviceId from, DeviceId to) {

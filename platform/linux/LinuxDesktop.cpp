@@ -16,11 +16,13 @@ std::unique_ptr<LinuxDesktop> LinuxDesktop::open(const std::string& applicationI
 LinuxDesktop::LinuxDesktop(const std::string& applicationIdentifier, std::unique_ptr<XcbConnection> connection)
     : connection_(std::move(connection)),
       log_(applicationIdentifier, STDERR_FILENO),
+      desk_(std::make_shared<ActivationDesk>(tasks_)),
+      events_(desk_),
       userDefaults_(applicationIdentifier),
       userNotificationCenter_(applicationIdentifier),
       autostartEntry_(applicationIdentifier, QCoreApplication::applicationFilePath().toStdString()),
       installed_(applicationIdentifier),
-      workspace_(*connection_, tasks_, installed_, opener_, applicationIdentifier),
+      workspace_(*connection_, tasks_, *desk_, installed_, opener_, applicationIdentifier),
       sessionWatch_(workspace_.notificationCenter()),
       accessibility_(*connection_) {}
 

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/Desktop.h"
+#include "platform/linux/ActivationDesk.h"
 #include "platform/linux/AutostartEntry.h"
 #include "platform/linux/InstalledApplications.h"
 #include "platform/linux/LinuxAccessibility.h"
@@ -59,6 +60,7 @@ class LinuxDesktop : public Desktop {
   std::unique_ptr<XcbConnection> connection_;
   LinuxLog log_;
   LinuxTasks tasks_;
+  std::shared_ptr<ActivationDesk> desk_;
   LinuxRunLoops runLoops_;
   LinuxEventServices events_;
   LinuxFileManager fileManager_;

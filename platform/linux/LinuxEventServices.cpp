@@ -7,7 +7,7 @@ namespace platform::linux_desktop {
 
 CFMachPortRef LinuxEventServices::createTap(CGEventTapLocation, CGEventTapPlacement, CGEventTapOptions options,
                                             CGEventMask mask, CGEventTapCallBack callback, void* userInfo) {
-  return LinuxEventTap::create(options, mask, callback, userInfo);
+  return LinuxEventTap::create(options, mask, callback, userInfo, desk_);
 }
 
 void LinuxEventServices::post(CGEventTapLocation, std::unique_ptr<CGEvent> event) {

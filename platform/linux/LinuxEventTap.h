@@ -4,6 +4,7 @@
 #include <atomic>
 #include <memory>
 
+#include "platform/linux/ActivationDesk.h"
 #include "platform/linux/LinuxRunLoops.h"
 
 namespace platform::linux_desktop {
@@ -11,9 +12,10 @@ namespace platform::linux_desktop {
 // A handle to a tap; the work is done by its source, on the thread whose loop holds it.
 class LinuxEventTap final : public CFMachPort {
  public:
-  // Null where the server, or what it offers, allows no tap, or where it is a guest in a Wayland session.
+  // Null where the server, or what it offers, allows no tap, or where it is a guest in a Wayland session. While the tap
+  // runs, activations wait at `desk` for it.
   static std::shared_ptr<LinuxEventTap> create(CGEventTapOptions options, CGEventMask mask, CGEventTapCallBack callback,
-                                               void* userInfo);
+                                               void* userInfo, std::shared_ptr<ActivationDesk> desk);
 
   void setEnabled(bool enabled) override;
   bool isEnabled() const override;

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -22,7 +23,7 @@ constexpr mode_t privateFolder = 0700;
 constexpr std::size_t mostContents = std::size_t{256} << 20;
 
 NSError errorNow(const std::string& what, const std::filesystem::path& path) {
-  return {what + ' ' + path.string() + ": " + std::generic_category().message(errno)};
+  return {what + ' ' + path.string() + ": " + std::generic_category().message(errno), errno == ENOENT};
 }
 
 std::filesystem::path folderOf(const std::filesystem::path& file) {
@@ -46,6 +47,20 @@ bool isThere(const std::filesystem::path& file) {
   return std::filesystem::exists(std::filesystem::symlink_status(file, ignored));
 }
 
+// Where the user's own symbolic links lead from there. Whoever else made one is not to choose which file is replaced.
+std::filesystem::path behindLinks(std::filesystem::path file) {
+  constexpr int mostLinks = 40;  // as the kernel follows
+  for (int i = 0; i < mostLinks; ++i) {
+    struct stat status {};
+    if (::lstat(file.c_str(), &status) != 0 || !S_ISLNK(status.st_mode) || status.st_uid != ::geteuid()) break;
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink(file, error);
+    if (error) break;
+    file = folderOf(file) / target;
+  }
+  return file;
+}
+
 // False, with errno set, also if `to` exists.
 bool renameWithoutReplacing(const std::filesystem::path& from, const std::filesystem::path& to) {
   if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
@@ -58,17 +73,19 @@ bool renameWithoutReplacing(const std::filesystem::path& from, const std::filesy
   return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
-// For reading, without ever waiting for a pipe's writer. Not open if it is no regular file, and then errno says why.
-FileDescriptor openRegular(const std::filesystem::path& file, std::uintmax_t& size) {
-  FileDescriptor descriptor(::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+struct OpenFile {
+  FileDescriptor descriptor;
+  std::uintmax_t size = 0;
+};
+
+// For reading, without ever waiting for a pipe's writer.
+std::variant<OpenFile, NSError> openRegular(const std::filesystem::path& path) {
+  OpenFile file{FileDescriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC))};
   struct stat status {};
-  if (!descriptor.isOpen() || ::fstat(descriptor.get(), &status) != 0) return FileDescriptor();
-  if (!S_ISREG(status.st_mode)) {
-    errno = EINVAL;
-    return FileDescriptor();
-  }
-  size = static_cast<std::uintmax_t>(status.st_size);
-  return descriptor;
+  if (!file.descriptor.isOpen() || ::fstat(file.descriptor.get(), &status) != 0) return errorNow("cannot open", path);
+  if (!S_ISREG(status.st_mode)) return NSError{"cannot open " + path.string() + ": not a regular file"};
+  file.size = static_cast<std::uintmax_t>(status.st_size);
+  return file;
 }
 
 // As read(), but that a signal does not end it.
@@ -77,6 +94,22 @@ ssize_t readSome(int descriptor, char* bytes, std::size_t count) {
     const ssize_t got = ::read(descriptor, bytes, count);
     if (got >= 0 || errno != EINTR) return got;
   }
+}
+
+// At most `length` bytes, in one piece of memory that is not moved: there is room for one byte more, to see the end.
+// Some files do not know their size, and a file may grow meanwhile.
+std::variant<std::string, NSError> read(const OpenFile& file, const std::filesystem::path& path, std::size_t length) {
+  std::string bytes(static_cast<std::size_t>(std::min<std::uintmax_t>(file.size + 1, length)), '\0');
+  std::size_t got = 0;
+  while (got < length) {
+    if (got == bytes.size()) bytes.resize(std::min(got + 4096, length));
+    const ssize_t count = readSome(file.descriptor.get(), bytes.data() + got, bytes.size() - got);
+    if (count < 0) return errorNow("cannot read", path);
+    if (count == 0) break;
+    got += static_cast<std::size_t>(count);
+  }
+  bytes.resize(got);
+  return bytes;
 }
 
 // A rename is on the disk only when its folder is. File systems that cannot do that have done what they can.
@@ -147,58 +180,62 @@ std::optional<NSError> LinuxFileManager::createDirectory(const std::filesystem::
 }
 
 std::optional<NSError> LinuxFileManager::writeAtomically(const std::filesystem::path& file, const std::string& bytes) {
-  TemporaryFile temporary(file);
-  if (!temporary.isOpen() || !temporary.fill(bytes) || !temporary.renameTo(file)) {
-    return errorNow("cannot write", file);
+  const auto target = behindLinks(file);
+  TemporaryFile temporary(target);
+  if (!temporary.isOpen() || !temporary.fill(bytes) || !temporary.renameTo(target)) {
+    return errorNow("cannot write", target);
   }
-  flushFolder(folderOf(file));
+  flushFolder(folderOf(target));
   return std::nullopt;
 }
 
-std::optional<NSError> LinuxFileManager::moveItem(const std::filesystem::path& from, const std::filesystem::path& to) {
-  if (!renameWithoutReplacing(from, to)) return errorNow("cannot move to " + to.string() + " the file", from);
-  flushFolder(folderOf(to));
-  return std::nullopt;
+std::variant<std::filesystem::path, NSError> LinuxFileManager::setItemAside(const std::filesystem::path& file) {
+  const auto from = behindLinks(file);
+  std::filesystem::path to;
+  int number = 0;
+  do {
+    to = from;
+    to.replace_filename(from.stem().string() + ".unreadable-" + std::to_string(++number) + from.extension().string());
+    if (renameWithoutReplacing(from, to)) {
+      flushFolder(folderOf(to));
+      return to;
+    }
+  } while (errno == EEXIST);
+  return errorNow("cannot move to " + to.string() + " the file", from);
 }
 
 std::optional<NSError> LinuxFileManager::copyItem(const std::filesystem::path& from, const std::filesystem::path& to) {
-  const std::string what = "cannot copy to " + to.string() + " the file";
-  std::uintmax_t size = 0;
-  const FileDescriptor source = openRegular(from, size);
-  if (!source.isOpen()) return errorNow(what, from);
+  auto source = openRegular(from);
+  if (auto* error = std::get_if<NSError>(&source)) return std::move(*error);
   TemporaryFile copy(to);
-  if (!copy.isOpen() || !copy.fillFrom(source.get()) || !copy.renameToNew(to)) return errorNow(what, from);
+  if (!copy.isOpen() || !copy.fillFrom(std::get<OpenFile>(source).descriptor.get()) || !copy.renameToNew(to)) {
+    return errorNow("cannot copy to " + to.string() + " the file", from);
+  }
   flushFolder(folderOf(to));
   return std::nullopt;
 }
 
 std::string LinuxFileManager::displayNameAtPath(const std::filesystem::path& path) {
   const auto entry = desktopEntryAt(path);
-  return readableName(entry && !entry->name.empty() ? entry->name : path.filename().string());
+  const std::string name = entry ? readableName(entry->name) : std::string();
+  return name.empty() ? readableName(path.filename().string()) : name;
 }
 
-std::optional<std::string> LinuxFileManager::contents(const std::filesystem::path& file) {
-  std::uintmax_t size = 0;
-  const FileDescriptor descriptor = openRegular(file, size);
-  if (!descriptor.isOpen() || size > mostContents) return std::nullopt;
-
-  std::string bytes(static_cast<std::size_t>(size), '\0');
-  std::size_t length = 0;
-  for (;;) {
-    if (length > mostContents) return std::nullopt;
-    // Always room for one byte more, to see the end of a file that grows meanwhile.
-    if (length == bytes.size()) bytes.resize(length + 4096);
-    const ssize_t count = readSome(descriptor.get(), bytes.data() + length, bytes.size() - length);
-    if (count < 0) return std::nullopt;
-    if (count == 0) break;
-    length += static_cast<std::size_t>(count);
-  }
-  bytes.resize(length);
+std::variant<std::string, NSError> LinuxFileManager::contents(const std::filesystem::path& file) {
+  auto opened = openRegular(file);
+  if (auto* error = std::get_if<NSError>(&opened)) return std::move(*error);
+  const auto tooLarge = [](std::uintmax_t size) { return size > mostContents; };
+  const NSError error{"cannot read " + file.string() + ": larger than 256 MiB"};
+  if (tooLarge(std::get<OpenFile>(opened).size)) return error;
+  auto bytes = read(std::get<OpenFile>(opened), file, mostContents + 1);
+  if (const auto* text = std::get_if<std::string>(&bytes); text && tooLarge(text->size())) return error;
   return bytes;
 }
 
-bool LinuxFileManager::fileExists(const std::filesystem::path& file) {
-  return isThere(file);
+std::variant<std::string, NSError> LinuxFileManager::beginning(const std::filesystem::path& file, std::size_t length) {
+  auto opened = openRegular(file);
+  if (auto* error = std::get_if<NSError>(&opened)) return std::move(*error);
+  return read(std::get<OpenFile>(opened), file, length);
 }
 
 }  // namespace platform::linux_desktop

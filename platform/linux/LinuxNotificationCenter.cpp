@@ -2,6 +2,7 @@
 
 #include <QDBusError>
 #include <QDBusPendingReply>
+#include <QTimer>
 #include <QVariantMap>
 #include <algorithm>
 #include <utility>
@@ -59,14 +60,38 @@ void LinuxNotificationCenter::requestAuthorizationWithOptions(
 
 void LinuxNotificationCenter::addNotificationRequest(
     UNNotificationRequest request, std::function<void(const std::optional<NSError>& error)> withCompletionHandler) {
-  askForServer([this, request = std::move(request),
-                completionHandler = std::move(withCompletionHandler)](const ServerAnswer& answer) {
+  Post post{std::move(request), std::move(withCompletionHandler)};
+  const std::string& thread = post.request.content.threadIdentifier;
+  if (thread.empty()) {
+    start(std::move(post));
+  } else if (const auto [waiting, isFirst] = underWay_.try_emplace(thread); isFirst) {
+    start(std::move(post));
+  } else {
+    const auto superseded = std::exchange(waiting->second, std::move(post));
+    // Later, as everything that is told.
+    if (superseded) QTimer::singleShot(0, this, [handler = superseded->completionHandler] { handler(std::nullopt); });
+  }
+}
+
+void LinuxNotificationCenter::start(Post post) {
+  askForServer([this, post = std::move(post)](const ServerAnswer& answer) {
     if (const auto* error = std::get_if<NSError>(&answer)) {
-      completionHandler(*error);
+      finish(post, *error);
     } else {
-      post(request, std::get<Server>(answer), completionHandler);
+      send(post, std::get<Server>(answer));
     }
   });
+}
+
+void LinuxNotificationCenter::finish(const Post& post, const std::optional<NSError>& error) {
+  if (const auto found = underWay_.find(post.request.content.threadIdentifier); found != underWay_.end()) {
+    if (auto next = std::exchange(found->second, std::nullopt)) {
+      start(std::move(*next));
+    } else {
+      underWay_.erase(found);
+    }
+  }
+  post.completionHandler(error);
 }
 
 void LinuxNotificationCenter::whenConnected(std::function<void()> then) {
@@ -114,17 +139,24 @@ void LinuxNotificationCenter::askForServer(std::function<void(const ServerAnswer
   });
 }
 
-void LinuxNotificationCenter::post(const UNNotificationRequest& request, const Server& server,
-                                   const std::function<void(const std::optional<NSError>& error)>& completionHandler) {
-  whenAnswered(bus_.asyncCall(notifyCall(request, server), patienceMs_), this,
-               [this, request, completionHandler](const QDBusPendingReply<std::uint32_t>& answer) {
+void LinuxNotificationCenter::send(const Post& post, const Server& server) {
+  whenAnswered(bus_.asyncCall(notifyCall(post.request, server), patienceMs_), this,
+               [this, post](const QDBusPendingReply<std::uint32_t>& answer) {
                  if (answer.isError()) {
-                   completionHandler(errorOf(answer.error()));
+                   finish(post, errorOf(answer.error()));
                    return;
                  }
-                 if (answer.reply().service() == serverName_) remember(answer.value(), request);
-                 completionHandler(std::nullopt);
+                 if (answer.reply().service() == serverName_) remember(answer.value(), post.request);
+                 finish(post, std::nullopt);
                });
+}
+
+std::uint32_t LinuxNotificationCenter::shownOf(const std::string& thread) const {
+  constexpr std::uint32_t none = 0;
+  if (thread.empty()) return none;
+  const auto isOfThread = [&](const auto& shown) { return shown.second.content.threadIdentifier == thread; };
+  const auto shown = std::ranges::find_if(posted_, isOfThread);
+  return shown == posted_.end() ? none : shown->first;
 }
 
 QDBusMessage LinuxNotificationCenter::notifyCall(const UNNotificationRequest& request, const Server& server) const {
@@ -140,9 +172,9 @@ QDBusMessage LinuxNotificationCenter::notifyCall(const UNNotificationRequest& re
     hints[QStringLiteral("suppress-sound")] = true;
   }
 
-  constexpr std::uint32_t replacesNone = 0;
   auto call = QDBusMessage::createMethodCall(server.name, objectPath, serviceName, QStringLiteral("Notify"));
-  call << QString::fromStdString(programNameOf(applicationIdentifier_)) << replacesNone << identifier  // as its icon
+  call << QString::fromStdString(programNameOf(applicationIdentifier_)) << shownOf(content.threadIdentifier)
+       << identifier  // as its icon
        << titleText(content.title) << (takesMarkup ? escapedForMarkup(body) : body)
        << (takesActions ? actionsOf(content.categoryIdentifier) : QStringList()) << hints << serverDecides;
   return call;
@@ -159,6 +191,7 @@ QStringList LinuxNotificationCenter::actionsOf(const std::string& categoryIdenti
 }
 
 void LinuxNotificationCenter::remember(std::uint32_t number, const UNNotificationRequest& request) {
+  posted_.erase(shownOf(request.content.threadIdentifier));  // the server may give its successor another number
   if (posted_.size() >= mostPosted) posted_.erase(posted_.begin());
   posted_.insert_or_assign(number, request);
 }

@@ -21,6 +21,9 @@ namespace platform::linux_desktop {
 // Every request asks first which server there is and what it can do, which starts one that the bus knows how to start,
 // and then speaks to that very server: so one that came in its place is never taken for it. Answers of the user count
 // only if that server sent them. Banners are shown whoever is in front, so the delegate is not asked about that.
+//
+// Of each thread one request is under way at a time, and only the newest waits for its turn, so that a flood of thefts
+// is neither a pile of banners nor a queue that the server works off long afterwards.
 class LinuxNotificationCenter : public QObject, public UNUserNotificationCenter {
   Q_OBJECT
 
@@ -48,6 +51,10 @@ class LinuxNotificationCenter : public QObject, public UNUserNotificationCenter 
     QStringList capabilities;
   };
   using ServerAnswer = std::variant<NSError, Server>;
+  struct Post {
+    UNNotificationRequest request;
+    std::function<void(const std::optional<NSError>& error)> completionHandler;
+  };
 
   Q_SLOT void actionInvoked(const QDBusMessage& signal);
   Q_SLOT void notificationClosed(const QDBusMessage& signal);
@@ -56,9 +63,13 @@ class LinuxNotificationCenter : public QObject, public UNUserNotificationCenter 
   void whenConnected(std::function<void()> then);
   void connectionAttempted();
   void askForServer(std::function<void(const ServerAnswer&)> then);
-  void post(const UNNotificationRequest& request, const Server& server,
-            const std::function<void(const std::optional<NSError>& error)>& completionHandler);
+  void start(Post post);
+  void send(const Post& post, const Server& server);
+  // Tells what became of it, and starts the one that waited for that.
+  void finish(const Post& post, const std::optional<NSError>& error);
   QDBusMessage notifyCall(const UNNotificationRequest& request, const Server& server) const;
+  // The number of what the server shows of that thread; 0 if nothing.
+  std::uint32_t shownOf(const std::string& thread) const;
   QStringList actionsOf(const std::string& categoryIdentifier) const;
   void remember(std::uint32_t number, const UNNotificationRequest& request);
   // True for a signal of these arguments from the server that has our notifications.
@@ -73,6 +84,8 @@ class LinuxNotificationCenter : public QObject, public UNUserNotificationCenter 
   // The server asked last, and what it shows of ours, by the numbers that it gave.
   QString serverName_;
   std::map<std::uint32_t, UNNotificationRequest> posted_;
+  // The threads of which one is under way, each with the newest that waits.
+  std::map<std::string, std::optional<Post>> underWay_;
 };
 
 }  // namespace platform::linux_desktop

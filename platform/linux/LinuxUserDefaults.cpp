@@ -1,53 +1,57 @@
 #include "platform/linux/LinuxUserDefaults.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
-#include <QFileDevice>
-#include <QSettings>
+#include <QByteArray>
+#include <algorithm>
 #include <filesystem>
+#include <optional>
+#include <utility>
+#include <variant>
 
-#include "platform/linux/FileDescriptor.h"
+#include "platform/Log.h"
 #include "platform/linux/LinuxFileManager.h"
 #include "platform/linux/UserFolders.h"
 
 namespace platform::linux_desktop {
 namespace {
 
-constexpr mode_t privateFile = 0600;
-// A longer line is none of ours: it would hold thousands of whitelisted applications. The file is read up to here only,
-// since every check of the whitelist reads and decodes it while a theft waits for its verdict; a value that is cut off
-// makes no sense to whoever decodes it, who says so.
-constexpr qint64 longestLine = 256 << 10;
+// A larger file is none of ours: it would hold thousands of whitelisted applications. Only so much is read, since every
+// check of the whitelist reads and decodes it while a theft waits for its verdict; a value that is cut off makes no
+// sense to whoever decodes it, who says so.
+constexpr std::size_t largestFile = std::size_t{256} << 10;
 constexpr Logger logger(LogCategory::lifecycle);
 constexpr char readable[] = " !\"#&'()*+,/:;<>?@[]^{|}";
 
-// A file is a line "key=value" for each value, with everything but readable characters percent-encoded. The ready-made
-// formats of QSettings do not look at whether their bytes could be written, and replace the file by half of it when the
-// disk is full.
-bool readLines(QIODevice& device, QSettings::SettingsMap& values) {
-  while (!device.atEnd()) {
-    const QByteArray line = device.readLine(longestLine);
+struct Stored {
+  std::map<std::string, std::string> values;
+  bool isComplete = true;  // false if the file holds more than these values
+};
+
+// A file is a line "key=value" for each value, with everything but readable characters percent-encoded.
+Stored valuesIn(const std::string& bytes) {
+  Stored stored;
+  stored.isComplete = bytes.size() <= largestFile;
+  for (std::size_t start = 0; start < bytes.size();) {
+    const auto end = std::min(bytes.find('\n', start), bytes.size());
+    const auto line = QByteArray::fromRawData(bytes.data() + start, static_cast<qsizetype>(end - start));
+    start = end + 1;
     const auto separator = line.indexOf('=');
-    if (separator < 0) continue;
-    const auto end = line.endsWith('\n') ? line.size() - 1 : line.size();
-    values.insert(QString::fromUtf8(QByteArray::fromPercentEncoding(line.first(separator))),
-                  QByteArray::fromPercentEncoding(line.sliced(separator + 1, end - separator - 1)));
-    if (!line.endsWith('\n')) break;
+    if (separator < 0) {
+      stored.isComplete = false;
+      continue;
+    }
+    stored.values[QByteArray::fromPercentEncoding(line.first(separator)).toStdString()] =
+        QByteArray::fromPercentEncoding(line.sliced(separator + 1)).toStdString();
   }
-  return true;
+  return stored;
 }
 
-bool writeLines(QIODevice& device, const QSettings::SettingsMap& values) {
+std::string linesOf(const std::map<std::string, std::string>& values) {
   QByteArray lines;
-  for (auto value = values.begin(); value != values.end(); ++value) {
-    const QByteArray line =
-        value.key().toUtf8().toPercentEncoding() + '=' + value->toByteArray().toPercentEncoding(readable) + '\n';
-    if (line.size() >= longestLine) return false;
-    lines += line;
+  for (const auto& [key, value] : values) {
+    lines += QByteArray::fromStdString(key).toPercentEncoding() + '=' +
+             QByteArray::fromStdString(value).toPercentEncoding(readable) + '\n';
   }
-  auto* file = qobject_cast<QFileDevice*>(&device);
-  return device.write(lines) == lines.size() && (!file || file->flush());
+  return lines.toStdString();
 }
 
 // One suite. Each reading and writing opens the file anew, so that what other processes stored is seen.
@@ -58,37 +62,61 @@ class SuiteInFile : public UserDefaults {
   std::optional<std::string> data(const std::string& key) override {
     const auto kept = unwritten_.find(key);
     if (kept != unwritten_.end()) return kept->second;
-    if (!file_) return std::nullopt;
-    const QVariant value = QSettings(fileName(), format()).value(QString::fromStdString(key));
-    if (!value.isValid()) return std::nullopt;
-    return value.toByteArray().toStdString();
+    auto read = this->read();
+    if (const auto* error = std::get_if<NSError>(&read)) {
+      logger.error("Failed to read the settings store: %s", error->localizedDescription);
+      return std::nullopt;
+    }
+    auto& values = std::get<Stored>(read).values;
+    const auto found = values.find(key);
+    if (found == values.end()) return std::nullopt;
+    return std::move(found->second);
   }
 
   void set(const std::string& bytes, const std::string& key) override {
-    if (write(bytes, key)) {
+    if (const auto error = write(bytes, key)) {
+      unwritten_[key] = bytes;
+      logger.error("Failed to write the settings store: %s", error->localizedDescription);
+    } else {
       unwritten_.erase(key);
-      return;
     }
-    unwritten_[key] = bytes;
-    logger.error("Failed to write the settings store %s", file_ ? file_->string() : "(no configuration folder)");
+  }
+
+  bool setAside() override {
+    if (!file_) return true;
+    const auto moved = LinuxFileManager().setItemAside(*file_);
+    if (const auto* error = std::get_if<NSError>(&moved)) {
+      logger.error("Failed to set aside the settings that cannot be read: %s", error->localizedDescription);
+      return false;
+    }
+    logger.error("Set the settings that cannot be read aside as %s", std::get<std::filesystem::path>(moved).string());
+    return true;
   }
 
  private:
-  static QSettings::Format format() {
-    static const auto registered = QSettings::registerFormat(QStringLiteral("conf"), readLines, writeLines);
-    return registered;
+  std::variant<Stored, NSError> read() const {
+    if (!file_) return Stored();
+    auto bytes = LinuxFileManager().beginning(*file_, largestFile + 1);
+    if (auto* error = std::get_if<NSError>(&bytes)) {
+      if (error->isNoSuchFile) return Stored();
+      return std::move(*error);
+    }
+    return valuesIn(std::get<std::string>(bytes));
   }
-  QString fileName() const { return QString::fromStdString(file_->string()); }
 
-  bool write(const std::string& bytes, const std::string& key) {
-    if (!file_ || LinuxFileManager().createDirectory(file_->parent_path())) return false;
-    // QSettings gives the new file the rights of the old one.
-    const FileDescriptor existing(::open(file_->c_str(), O_RDONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, privateFile));
-    if (!existing.isOpen() || ::fchmod(existing.get(), privateFile) != 0) return false;
-    QSettings settings(fileName(), format());
-    settings.setValue(QString::fromStdString(key), QByteArray::fromStdString(bytes));
-    settings.sync();
-    return settings.status() == QSettings::NoError;
+  // Loses nothing: a file that is not all of our form is set aside.
+  std::optional<NSError> write(const std::string& bytes, const std::string& key) {
+    if (!file_) return NSError{"the user has no configuration folder"};
+    auto read = this->read();
+    if (auto* error = std::get_if<NSError>(&read)) return std::move(*error);
+    auto& [values, isComplete] = std::get<Stored>(read);
+    if (!isComplete) values.clear();
+    values[key] = bytes;
+    const std::string lines = linesOf(values);
+    if (lines.size() > largestFile) return NSError{"the settings are larger than 256 KiB"};
+    if (!isComplete && !setAside()) return NSError{"what is there cannot be set aside"};
+    if (auto error = LinuxFileManager().createDirectory(file_->parent_path())) return error;
+    return LinuxFileManager().writeAtomically(*file_, lines);
   }
 
   std::optional<std::filesystem::path> file_;  // absent if the user has no configuration folder

@@ -6,22 +6,23 @@
 #include <chrono>
 #include <utility>
 
+#include "platform/linux/AgentRoles.h"
 #include "platform/linux/FrontmostOnThread.h"
 #include "platform/linux/WindowManager.h"
 #include "platform/linux/WindowProperties.h"
+#include "platform/linux/WindowStamps.h"
+#include "platform/linux/intent/ProcessStarts.h"
 
 namespace platform::linux_desktop {
 namespace {
 
 // How long windows may stay unmanaged while one window manager takes over from another.
 constexpr auto longestTakeover = std::chrono::seconds(1);
+// What started before that has nothing to do with what comes up now.
+constexpr auto longestStart = std::chrono::seconds(20);
 
 void selectEvents(XcbConnection& connection, xcb_window_t window, std::uint32_t mask) {
   xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, &mask);
-}
-
-bool exists(XcbConnection& connection, xcb_window_t window) {
-  return replyTo(connection, xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window)) != nullptr;
 }
 
 bool movesFocus(const xcb_focus_in_event_t& event) {
@@ -31,17 +32,22 @@ bool movesFocus(const xcb_focus_in_event_t& event) {
 
 }  // namespace
 
-LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, InstalledApplications& installed,
-                               const URLOpener& opener, std::string applicationIdentifier)
+LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, ActivationDesk& desk,
+                               InstalledApplications& installed, const URLOpener& opener,
+                               std::string applicationIdentifier)
     : connection_(connection),
       tasks_(tasks),
+      desk_(desk),
       installed_(installed),
       opener_(opener),
       events_(connection),
       owners_(connection),
       naming_(connection, std::move(applicationIdentifier)),
       registry_(*this),
+      return_(connection, events_, owners_, tasks, desk.returnUnderWay(),
+              [this](pid_t process) { return windowsOf(process); }),
       readable_(connection.fileDescriptor(), QSocketNotifier::Read) {
+  desk_.returnUnderWay().setEndHandler([this] { tasks_.runOnMainThread([this] { updateFrontmost(); }); });
   selectEvents(connection_, connection_.root(), XCB_EVENT_MASK_PROPERTY_CHANGE);
   watchWindowManager();
   updateApplications();
@@ -52,7 +58,9 @@ LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, I
                    [this] { handleEvents(); });
 }
 
-LinuxWorkspace::~LinuxWorkspace() = default;
+LinuxWorkspace::~LinuxWorkspace() {
+  desk_.returnUnderWay().setEndHandler(nullptr);
+}
 
 std::optional<NSRunningApplication> LinuxWorkspace::frontmostApplication() {
   if (const auto* onThread = FrontmostOnThread::current()) {
@@ -99,20 +107,7 @@ std::string LinuxWorkspace::iconForFile(const std::filesystem::path& location) {
 
 bool LinuxWorkspace::activate(pid_t process) {
   assert(tasks_.isMainThread());
-  const xcb_window_t window = windowToActivate(process);
-  const xcb_timestamp_t time = events_.serverTime();
-  if (window == XCB_WINDOW_NONE || time == XCB_CURRENT_TIME) return false;
-  if (windowManagerActivates(connection_)) {
-    requestActivation(connection_, window, time);
-    // A window manager that has not noticed yet that the focus was taken believes the window active, and does nothing.
-    if (numberOf(connection_, connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW) == window) {
-      xcb_set_input_focus(connection_, XCB_INPUT_FOCUS_PARENT, window, time);
-      xcb_flush(connection_);
-    }
-  } else {
-    focusWithoutWindowManager(connection_, window, time);
-  }
-  return !connection_.isLost();
+  return return_.begin(process, told_);
 }
 
 // Until there is nothing more: answers to our own questions bring events along that nothing would wake us for.
@@ -129,6 +124,7 @@ void LinuxWorkspace::handleEvents() {
       return;
     }
     if (isEmpty) break;
+    if (news.workspace) return_.noteWorkspace();
     if (news.windowManager) watchWindowManager();
     if (news.windowManager || news.clients) updateApplications();
     if (news.windowManager || news.clients || news.focus) updateFrontmost();
@@ -144,6 +140,7 @@ void LinuxWorkspace::note(const xcb_generic_event_t& event, News& news) const {
       if (change.window != connection_.root()) return;
       news.clients |= change.atom == connection_.atom("_NET_CLIENT_LIST");
       news.focus |= change.atom == connection_.atom("_NET_ACTIVE_WINDOW");
+      news.workspace |= change.atom == connection_.atom("_NET_CURRENT_DESKTOP");
       news.windowManager |= change.atom == connection_.atom("_NET_SUPPORTING_WM_CHECK") ||
                             change.atom == connection_.atom("_NET_SUPPORTED");
       return;
@@ -208,7 +205,7 @@ void LinuxWorkspace::updateApplications(std::optional<pid_t> settled) {
   for (const auto& [process, windows] : windows_) kept.push_back(process);
   if (frontmost_) kept.push_back(*frontmost_);
   registry_.keepOnly(kept);
-  std::erase_if(lastActiveWindow_, [&](const auto& entry) { return !registry_.find(entry.first); });
+  return_.history().forgetUnless([this](pid_t process) { return registry_.find(process) != nullptr; });
 }
 
 // An application whose windows are still there may only be waiting for the next window manager to take them over: adds
@@ -218,7 +215,7 @@ void LinuxWorkspace::keepUnmanaged(WindowsByProcess& current, std::optional<pid_
   for (const auto& [process, windows] : windows_) {
     if (current.contains(process) || process == settled) continue;
     if (std::any_of(windows.begin(), windows.end(),
-                    [this](xcb_window_t window) { return exists(connection_, window); })) {
+                    [this](xcb_window_t window) { return windowExists(connection_, window); })) {
       kept.emplace(process, windows);
     }
   }
@@ -237,54 +234,64 @@ void LinuxWorkspace::keepUnmanaged(WindowsByProcess& current, std::optional<pid_
 void LinuxWorkspace::launch(pid_t process, const std::vector<xcb_window_t>& windows) {
   const auto record = registry_.recordOf(process);
   if (!record->bundleIdentifier()) record->setNames(naming_.namesOf(process, ownMainWindow(windows)));
+  if (isLauncher(process)) {
+    launchers_.insert(process);
+    desk_.setLaunchers(launchers_);
+  }
   post(NSWorkspaceDidLaunchApplicationNotification, NSRunningApplication(record));
+}
+
+std::vector<xcb_window_t> LinuxWorkspace::windowsOf(pid_t process) const {
+  const auto known = windows_.find(process);
+  return known == windows_.end() ? std::vector<xcb_window_t>() : known->second;
 }
 
 void LinuxWorkspace::terminate(pid_t process) {
   const auto record = registry_.recordOf(process);
   registry_.terminate(process);
+  if (launchers_.erase(process) > 0) desk_.setLaunchers(launchers_);
   post(NSWorkspaceDidTerminateApplicationNotification, NSRunningApplication(record));
 }
 
 void LinuxWorkspace::updateFrontmost() {
   const Front now = front();
   if (connection_.isLost()) return;
+  const bool isKnown = now.process == frontmost_ || return_.isUndoing(now.process);
+  const bool isActivation = now.process && !isKnown;
+  const Activation activation = isActivation ? activationOf(now) : Activation();
+  return_.noteFront(now);
   if (now.process) {
-    lastActiveWindow_[*now.process] = now.window;
+    if (now.window != XCB_WINDOW_NONE) lastFocused_ = now.window;
     // A window manager may give a window the focus before it lists it.
     if (windows_.emplace(*now.process, std::vector{now.window}).second) launch(*now.process, {now.window});
   }
-  if (now.process == frontmost_) return;
+  if (isKnown) return;
   frontmost_ = now.process;
   registry_.setFrontmost(now.process);
-  if (now.process) post(NSWorkspaceDidActivateApplicationNotification, namedApplication(now));
+  if (!isActivation) return;
+  desk_.submit(activation, [this, application = namedApplication(now)] {
+    told_ = application.processIdentifier();
+    post(NSWorkspaceDidActivateApplicationNotification, application);
+  });
 }
 
-// The input focus says it first and surest; a window manager may keep it in a window of its own, though.
-LinuxWorkspace::Front LinuxWorkspace::front() {
-  const auto focus = replyTo(connection_, xcb_get_input_focus_reply, xcb_get_input_focus(connection_));
-  xcb_window_t window = focus ? focus->focus : xcb_window_t{XCB_WINDOW_NONE};
-  auto owner = owners_.ownerOf(window);
-  if (!owner) {
-    window = numberOf(connection_, connection_.root(), "_NET_ACTIVE_WINDOW", XCB_ATOM_WINDOW).value_or(XCB_WINDOW_NONE);
-    // The window manager may not have noticed yet that it is gone.
-    if (window != XCB_WINDOW_NONE && exists(connection_, window)) owner = owners_.ownerOf(window);
+Activation LinuxWorkspace::activationOf(const Front& front) {
+  Activation activation;
+  activation.process = *front.process;
+  activation.window = front.window;
+  activation.previousWindow = lastFocused_;
+  activation.isReturnUnderWay = return_.isAwaitedInsteadOf(*front.process);
+  const auto last = return_.history().lastOf(*front.process);
+  if (!last) {
+    activation.starts = startsOf(*front.process, std::chrono::steady_clock::now() - longestStart);
   }
-  if (!owner) return {};
-  return {owner, owners_.clientWindowOf(window)};
+  const bool isNewWindow = !last || last->window != front.window;
+  if (isNewWindow && front.window != XCB_WINDOW_NONE) activation.stamps = stampsOf(connection_, front.window);
+  return activation;
 }
 
-xcb_window_t LinuxWorkspace::windowToActivate(pid_t process) {
-  const auto known = windows_.find(process);
-  const auto last = lastActiveWindow_.find(process);
-  if (last != lastActiveWindow_.end() && exists(connection_, last->second) &&
-      owners_.ownerOf(last->second) == process) {
-    return last->second;
-  }
-  if (known == windows_.end()) return XCB_WINDOW_NONE;
-  const auto living = std::find_if(known->second.begin(), known->second.end(),
-                                   [this](xcb_window_t window) { return exists(connection_, window); });
-  return living == known->second.end() ? xcb_window_t{XCB_WINDOW_NONE} : *living;
+Front LinuxWorkspace::front() {
+  return frontOf(connection_, owners_);
 }
 
 // The window that tells most about its application: not one that another program shows on its behalf.

@@ -6,12 +6,16 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "platform/Desktop.h"
+#include "platform/linux/ActivationDesk.h"
 #include "platform/linux/ApplicationNames.h"
 #include "platform/linux/ApplicationRegistry.h"
+#include "platform/linux/ApplicationReturn.h"
+#include "platform/linux/FrontWindow.h"
 #include "platform/linux/InstalledApplications.h"
 #include "platform/linux/URLOpener.h"
 #include "platform/linux/WindowOwners.h"
@@ -24,7 +28,7 @@ namespace platform::linux_desktop {
 // callbacks, that answers what the main thread saw last.
 class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
  public:
-  LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, InstalledApplications& installed,
+  LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, ActivationDesk& desk, InstalledApplications& installed,
                  const URLOpener& opener, std::string applicationIdentifier);
   ~LinuxWorkspace() override;
 
@@ -46,11 +50,8 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   struct News {
     bool clients = false;
     bool focus = false;
+    bool workspace = false;
     bool windowManager = false;
-  };
-  struct Front {
-    std::optional<pid_t> process;
-    xcb_window_t window = XCB_WINDOW_NONE;  // a client window of that process
   };
   using WindowsByProcess = std::map<pid_t, std::vector<xcb_window_t>>;
 
@@ -69,30 +70,36 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   void launch(pid_t process, const std::vector<xcb_window_t>& windows);
   void terminate(pid_t process);
   void updateFrontmost();
+  // What is known of how the application came to the front that `front` shows there.
+  Activation activationOf(const Front& front);
 
   Front front();
-  xcb_window_t windowToActivate(pid_t process);
+  std::vector<xcb_window_t> windowsOf(pid_t process) const;
   xcb_window_t ownMainWindow(const std::vector<xcb_window_t>& windows);
   NSRunningApplication namedApplication(const Front& front);
   void post(const char* name, const NSRunningApplication& application);
 
   XcbConnection& connection_;
   TaskServices& tasks_;
+  ActivationDesk& desk_;
   InstalledApplications& installed_;
   const URLOpener& opener_;
   XcbEvents events_;
   WindowOwners owners_;
   ApplicationNaming naming_;
   ApplicationRegistry registry_;
+  ApplicationReturn return_;
   NSNotificationCenter notificationCenter_;
   std::function<void()> onConnectionLost_;
   std::function<void()> onWindowManagerChanged_;
 
   WindowsByProcess windows_;  // of the applications that run
-  std::map<pid_t, xcb_window_t> lastActiveWindow_;
   std::map<xcb_window_t, std::optional<pid_t>> clients_;
   xcb_window_t windowManager_ = XCB_WINDOW_NONE;
   std::optional<pid_t> frontmost_;
+  std::optional<pid_t> told_;  // of the activation that was told last; others may be on their way
+  std::set<pid_t> launchers_;
+  xcb_window_t lastFocused_ = XCB_WINDOW_NONE;  // of any application; it may be gone
   bool isLost_ = false;
   // The applications that are kept although nobody manages their windows, each until its time is over.
   std::map<pid_t, ScheduledTask> settling_;

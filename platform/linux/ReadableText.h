@@ -15,8 +15,9 @@ bool changesDirection(QChar character);
 // `text` with spaces for control characters and without changes of writing direction.
 QString onOneLine(const QString& text);
 
-// Both are valid UTF-8 of bounded length on one line, whatever the bytes are. An identifier has U+FFFD for each
-// character that it must not have, lest it pass for another one.
+// Both are valid UTF-8 of bounded length on one line, whatever the bytes are, and empty where nobody would see
+// anything: of spaces and characters without width alone. An identifier has U+FFFD for each character that it must not
+// have or that cannot be seen, lest it pass for another one.
 std::string readableIdentifier(const std::string& text);
 std::string readableName(const std::string& text);
 

@@ -1,35 +1,25 @@
 #include "platform/linux/TapSession.h"
 
 #include <xcb/xinput.h>
-#include <xcb/xtest.h>
 
 #include <algorithm>
 
+#include "platform/Log.h"
 #include "platform/linux/FrontmostOnThread.h"
+#include "platform/linux/ServerGrab.h"
 
 namespace platform::linux_desktop {
 namespace {
+
+constexpr Logger gestureLog(LogCategory::gesture);
 
 // The gate opens when it has been quiet for so long: longer than a capture lasts by default.
 constexpr std::chrono::milliseconds quietBeforeOpening{1500};
 // While the gate is closed the watchdog wants to hear from us well within its patience.
 constexpr std::chrono::milliseconds beatInterval{100};
 constexpr std::chrono::milliseconds recheckInterval{1000};
-
-// While one lives, the server does nothing for anybody else: focus cannot move between a question and a key.
-class ServerGrab {
- public:
-  explicit ServerGrab(xcb_connection_t* connection) : connection_(connection) { xcb_grab_server(connection_); }
-  ServerGrab(const ServerGrab&) = delete;
-  ServerGrab& operator=(const ServerGrab&) = delete;
-  ~ServerGrab() {
-    xcb_ungrab_server(connection_);
-    xcb_flush(connection_);
-  }
-
- private:
-  xcb_connection_t* connection_;
-};
+// With the gate open no shortcut can be made to wait, so it opens only when even an overloaded desktop has settled.
+constexpr std::chrono::milliseconds settlingBeforeOpening{500};
 
 // Nothing for wheel buttons.
 std::optional<CGEventType> typeOfButton(std::uint32_t button) {
@@ -48,29 +38,48 @@ std::optional<CGEventType> typeOfButton(std::uint32_t button) {
   }
 }
 
+bool isGesture(CGEventType type, const CGEvent& event) {
+  switch (type) {
+    case kCGEventLeftMouseDown:
+    case kCGEventRightMouseDown:
+    case kCGEventOtherMouseDown:
+      return true;
+    case kCGEventKeyDown:
+      return (CGEventGetFlags(event) & kCGEventFlagMaskCommand) != 0;
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
-std::unique_ptr<TapSession> TapSession::open(Judge judge, std::shared_ptr<WatchdogLink> watchdog) {
+std::unique_ptr<TapSession> TapSession::open(Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+                                             std::shared_ptr<ActivationDesk> desk) {
   auto connection = XcbConnection::open();
   if (!connection) return nullptr;
-  auto session =
-      std::unique_ptr<TapSession>(new TapSession(std::move(connection), std::move(judge), std::move(watchdog)));
+  auto session = std::unique_ptr<TapSession>(
+      new TapSession(std::move(connection), std::move(judge), std::move(watchdog), std::move(desk)));
   if (!session->devices_.isSupported()) return nullptr;
   session->begin();
   return session->isLost() ? nullptr : std::move(session);
 }
 
-TapSession::TapSession(std::unique_ptr<XcbConnection> connection, Judge judge, std::shared_ptr<WatchdogLink> watchdog)
+TapSession::TapSession(std::unique_ptr<XcbConnection> connection, Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+                       std::shared_ptr<ActivationDesk> desk)
     : connection_(std::move(connection)),
       judge_(std::move(judge)),
       watchdog_(std::move(watchdog)),
+      desk_(std::move(desk)),
       inbox_(std::make_shared<HeldKeyInbox>()),
       devices_(*connection_),
       focus_(*connection_),
+      intent_(*connection_, devices_),
       gate_(*connection_),
-      keymaps_(*connection_) {}
+      keymaps_(*connection_),
+      emitter_(*connection_, devices_, watchdog_) {}
 
 TapSession::~TapSession() {
+  desk_->close();
   inbox_->close();
   queue_ = {};
   settle();
@@ -129,17 +138,21 @@ void TapSession::forget(DeviceId keyboard) {
 void TapSession::addPollDescriptors(std::vector<pollfd>& descriptors) const {
   descriptors.push_back({connection_->fileDescriptor(), POLLIN, 0});
   descriptors.push_back({inbox_->fileDescriptor(), POLLIN, 0});
+  descriptors.push_back({desk_->fileDescriptor(), POLLIN, 0});
 }
 
 std::optional<TapSession::Clock::time_point> TapSession::deadline() const {
   if (!gate_.isClosed()) return std::nullopt;
-  return Clock::now() + beatInterval;
+  const auto beat = Clock::now() + beatInterval;
+  // Past its time it waits for something else.
+  return emitter_.settlesAt() > Clock::now() ? std::min(beat, emitter_.settlesAt()) : beat;
 }
 
 bool TapSession::perform() {
+  if (!std::exchange(isDeskOpen_, true)) desk_->open();
   watchdog_->beat();
   keymaps_.noteEndOfCopies();
-  if (handleInbox()) return true;
+  if (handleInbox() || handleActivations() || handleSettling()) return true;
   if (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) {
     take(*event);
     return true;
@@ -162,6 +175,35 @@ bool TapSession::handleInbox() {
   return true;
 }
 
+// A shortcut that has waited goes now.
+bool TapSession::handleSettling() {
+  if (!isAwaitingSettling_ || Clock::now() < emitter_.settlesAt()) return false;
+  isAwaitingSettling_ = false;
+  advance();
+  settle();
+  return true;
+}
+
+// Whether the key may be part of a shortcut that nobody has at the moment.
+bool TapSession::mustSettle(const KeyStroke& stroke) const {
+  const bool isShortcut = (stroke.flags & (kCGEventFlagMaskCommand | kCGEventFlagMaskControl)) != 0;
+  return stroke.isPress && stroke.type == kCGEventKeyDown && isShortcut && Clock::now() < emitter_.settlesAt();
+}
+
+// An activation is told after everything that the server sent before it: all of that has come in when the server
+// answers a question that is asked now.
+bool TapSession::handleActivations() {
+  auto waiting = desk_->takeAll();
+  if (waiting.empty()) return false;
+  replyTo(*connection_, xcb_get_input_focus_reply, xcb_get_input_focus(*connection_));
+  takeQueued();
+  for (auto& [activation, release] : waiting) {
+    tell(intent_.commandBehind(std::move(activation)));
+    desk_->sendBack(std::move(release));
+  }
+  return true;
+}
+
 void TapSession::take(const xcb_generic_event_t& event) {
   gate_.reached(event.full_sequence);
   // Any program can send any event; requests to the window manager are the only ones that are meant to be sent.
@@ -174,6 +216,7 @@ void TapSession::take(const xcb_generic_event_t& event) {
   } else if (keymaps_.isKeymapEvent(event)) {
     if (keymaps_.handle(event, gate_.isClosed())) roles_.load(*connection_, typist_);
   } else {
+    intent_.handle(event);
     noteFocus(focus_.handle(event));
   }
 }
@@ -181,17 +224,22 @@ void TapSession::take(const xcb_generic_event_t& event) {
 void TapSession::handleInput(const xcb_ge_generic_event_t& event) {
   switch (event.event_type) {
     case XCB_INPUT_RAW_KEY_PRESS:
-    case XCB_INPUT_RAW_KEY_RELEASE: {
-      const auto& raw = reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event);
-      const auto& keyboards = devices_.keyboards();
-      const bool isRepeat = (raw.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0;
-      if (isRepeat || std::find(keyboards.begin(), keyboards.end(), raw.deviceid) == keyboards.end()) return;
-      handleKey(raw.deviceid, static_cast<KeyCode>(raw.detail), event.event_type == XCB_INPUT_RAW_KEY_PRESS);
+    case XCB_INPUT_RAW_KEY_RELEASE:
+      handleRawKey(reinterpret_cast<const xcb_input_raw_key_press_event_t&>(event));
+      return;
+    case XCB_INPUT_RAW_BUTTON_PRESS:
+    case XCB_INPUT_RAW_BUTTON_RELEASE:
+      handleButton(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event));
+      return;
+    case XCB_INPUT_FOCUS_OUT:
+      tell(intent_.focusLeft(reinterpret_cast<const xcb_input_focus_out_event_t&>(event)));
+      return;
+    case XCB_INPUT_ENTER: {
+      const auto& entry = reinterpret_cast<const xcb_input_enter_event_t&>(event);
+      pointer_ = {static_cast<double>(entry.root_x >> 16), static_cast<double>(entry.root_y >> 16)};
+      intent_.pointerEntered(entry);
       return;
     }
-    case XCB_INPUT_RAW_BUTTON_PRESS:
-      handleButton(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event).detail);
-      return;
     case XCB_INPUT_HIERARCHY:
       for (const DeviceId device :
            InputDevices::goneWith(reinterpret_cast<const xcb_input_hierarchy_event_t&>(event))) {
@@ -202,6 +250,23 @@ void TapSession::handleInput(const xcb_ge_generic_event_t& event) {
     default:
       return;
   }
+}
+
+void TapSession::handleRawKey(const xcb_input_raw_key_press_event_t& event) {
+  const auto key = static_cast<KeyCode>(event.detail);
+  const bool isPress = event.event_type == XCB_INPUT_RAW_KEY_PRESS;
+  if (event.deviceid == devices_.xtestKeyboard()) {
+    if (isPress && emitter_.mayHavePressed(key)) intent_.pressArrived(event);
+    return;
+  }
+  const auto& keyboards = devices_.keyboards();
+  const bool isRepeat = (event.flags & XCB_INPUT_KEY_EVENT_FLAGS_KEY_REPEAT) != 0;
+  if (isRepeat || std::find(keyboards.begin(), keyboards.end(), event.deviceid) == keyboards.end()) return;
+  // Our own doing: see InputDevices::makeSource().
+  if (!isPress && key == devices_.idleKey() && !balance_.fingers()[key]) return;
+  if (isPress && !gate_.holds(event.deviceid)) intent_.pressArrived(event);
+  handleKey(event.deviceid, key, isPress);
+  tell(intent_.keyMoved(intentOf(key, isPress), event));
 }
 
 void TapSession::handleKey(DeviceId keyboard, KeyCode key, bool isPress) {
@@ -225,15 +290,37 @@ void TapSession::handleKey(DeviceId keyboard, KeyCode key, bool isPress) {
   settle();
 }
 
-void TapSession::handleButton(std::uint32_t button) {
-  const auto type = typeOfButton(button);
+// Told before anything is asked of the server, so that nothing can come between: the place is where the pointer was
+// seen last.
+void TapSession::handleButton(const xcb_input_raw_button_press_event_t& event) {
+  const auto type = typeOfButton(event.detail);
   if (!type) return;
-  const auto pointer =
-      replyTo(*connection_, xcb_query_pointer_reply, xcb_query_pointer(*connection_, connection_->root()));
-  const CGPoint location =
-      pointer ? CGPoint{static_cast<double>(pointer->root_x), static_cast<double>(pointer->root_y)} : CGPoint{};
-  TapEvent event(roles_.flagsOf(0, balance_.fingers()), location);
-  judge(*type, event, knownFront());
+  if (event.event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
+    TapEvent press(roles_.flagsOf(0, balance_.fingers()), pointer_);
+    judge(*type, press, std::nullopt);
+  }
+  tell(intent_.buttonMoved(event));
+}
+
+UserIntent::Key TapSession::intentOf(KeyCode key, bool isPress) {
+  const auto kind = roles_.kindOf(key);
+  const KeySet down = balance_.fingers();
+  UserIntent::Key intent{.kind = kind, .isPress = isPress, .isGrabbed = isGrabbedElsewhere_};
+  intent.isCommand = !roles_.isModifier(key) && (roles_.flagsOf(key, down) & kCGEventFlagMaskCommand) != 0;
+  intent.isUnderModifier = (KeySet(down).reset(key) & roles_.modifiers()).any();
+  if (kind == UserIntent::KeyKind::enter && isPress) {
+    const auto front = knownFront();
+    intent.isForLauncher = front && desk_->isLauncher(*front);
+  }
+  return intent;
+}
+
+// It goes to nobody, so it moves no focus, and there is nothing of it to hold.
+void TapSession::tell(std::optional<Command> command) {
+  if (!command) return;
+  gestureLog.debug("command: %s", describe(*command));
+  TapEvent event(kCGEventFlagMaskCommand, pointer_);
+  judge(kCGEventKeyDown, event, std::nullopt);
 }
 
 void TapSession::noteFocus(FocusWatch::Sign sign) {
@@ -253,11 +340,16 @@ void TapSession::judgeDelivered(const KeyStroke& stroke) {
 void TapSession::admit(const KeyStroke& stroke) {
   const KeyQueue::Ordinal ordinal = queue_.takeOrdinal();
   const bool isFirst = queue_.isEmpty();
+  if (isFirst && mustSettle(stroke)) {
+    queue_.append({ordinal, stroke, KeyQueue::State::posted, std::nullopt});
+    isAwaitingSettling_ = true;
+    return;
+  }
   TapEvent event(stroke, ordinal, inbox_);
   // One that has to wait its turn is not emitted now, so the focus may move: the server has others to serve.
   std::optional<ServerGrab> grab;
   if (isFirst) grab.emplace(*connection_);
-  const auto front = focus_.frontmostProcess();
+  const auto front = isFirst ? frontForKey() : focus_.frontmostProcess();
   if (!judge(stroke.type, event, front)) {
     disturb();
     if (event.wasCopied()) queue_.append({ordinal, stroke, KeyQueue::State::held, std::nullopt});
@@ -273,8 +365,12 @@ void TapSession::admit(const KeyStroke& stroke) {
 void TapSession::advance() {
   while (const KeyQueue::Entry* first = queue_.ready()) {
     const KeyQueue::Entry entry = *first;
+    if (mustSettle(entry.stroke)) {
+      isAwaitingSettling_ = true;
+      return;
+    }
     const ServerGrab grab(*connection_);
-    const auto front = focus_.frontmostProcess();
+    const auto front = frontForKey();
     if (entry.state == KeyQueue::State::posted || front != entry.destination) {
       TapEvent event(entry.stroke, entry.ordinal, inbox_);
       if (!judge(entry.stroke.type, event, front)) {
@@ -294,7 +390,20 @@ void TapSession::advance() {
 
 bool TapSession::judge(CGEventType type, TapEvent& event, std::optional<pid_t> front) {
   const FrontmostOnThread frontmost(front);
-  return judge_(type, event);
+  const bool passes = judge_(type, event);
+  // Who decides where to go is not to be brought back.
+  if (isGesture(type, event)) desk_->returnUnderWay().end();
+  return passes;
+}
+
+// While the server is grabbed. Whoever insists on being in front is there again many times before the window manager
+// is done with one return: so each key sets the focus by itself.
+std::optional<pid_t> TapSession::frontForKey() {
+  const auto front = focus_.frontmostProcess();
+  const auto goal = desk_->returnUnderWay().goal();
+  if (!goal || !front || front != goal->intruder) return front;
+  xcb_set_input_focus(*connection_, XCB_INPUT_FOCUS_PARENT, goal->focus, XCB_CURRENT_TIME);
+  return focus_.frontmostProcess();
 }
 
 std::optional<pid_t> TapSession::knownFront() {
@@ -303,20 +412,27 @@ std::optional<pid_t> TapSession::knownFront() {
 }
 
 void TapSession::disturb() {
-  if (isGrabbedElsewhere_) return;
+  const bool closes = !gate_.isClosed();
+  if (isGrabbedElsewhere_ || (closes && !watchdog_->isAnswering())) return;
   lastDisturbance_ = Clock::now();
   // The watchdog first: it has to know of every grab.
-  if (!gate_.isClosed()) watchdog_->gateClosed();
+  if (closes) watchdog_->gateClosed();
   gate_.close(devices_.keyboards());
 }
 
 bool TapSession::isQuiet() const {
-  return queue_.isEmpty() && balance_.fingers().none() && Clock::now() - lastDisturbance_ >= quietBeforeOpening;
+  return queue_.isEmpty() && balance_.fingers().none() && !wasDisturbedLately();
+}
+
+// Without a watchdog the gate is closed no longer than it must be.
+bool TapSession::wasDisturbedLately() const {
+  return Clock::now() - lastDisturbance_ < quietBeforeOpening && watchdog_->isAnswering();
 }
 
 // True if the server was asked something: events may have come in with its answers that nothing else would wake us for.
 bool TapSession::openIfQuiet() {
-  if (!gate_.isClosed() || !queue_.isEmpty() || Clock::now() - lastDisturbance_ < quietBeforeOpening) return false;
+  if (!gate_.isClosed() || !queue_.isEmpty() || wasDisturbedLately()) return false;
+  if (Clock::now() - handedBack_ < settlingBeforeOpening) return false;
   if (balance_.fingers().any()) return recheckFingers();
   if (!keymaps_.isReadyToOpen()) return false;
   // What the user switched while the gate was closed (Caps Lock, the layout) the applications have, but the floating
@@ -324,7 +440,16 @@ bool TapSession::openIfQuiet() {
   for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
   // A key that is still on its way through the gate could be overtaken by the next one.
   takeQueued();
-  if (isQuiet()) openGate();
+  if (!isQuiet()) return true;
+  if (emitter_.hasTakenOver() && typist_ != 0) {
+    // Ahead of the opening: while the gate is closed, shortcuts can wait.
+    gate_.open();
+    emitter_.handBack(typist_);
+    handedBack_ = Clock::now();
+    gate_.close(devices_.keyboards());
+  } else {
+    openGate();
+  }
   return true;
 }
 
@@ -357,19 +482,6 @@ void TapSession::openGate() {
   gate_.open();
   front_.reset();
   watchdog_->gateOpened();
-}
-
-void TapSession::emit(const std::vector<KeyBalance::Emission>& emissions) {
-  if (emissions.empty()) return;
-  for (const auto& [key, isPress] : emissions) {
-    xcb_test_fake_input(*connection_, isPress ? XCB_KEY_PRESS : XCB_KEY_RELEASE, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE,
-                        0, 0, 0);
-  }
-  // Whenever this process is stopped, the watchdog finds every key on the board that may be down.
-  const KeySet before = std::exchange(shownDown_, balance_.emittedDown());
-  watchdog_->emittedDown(before | shownDown_);
-  xcb_flush(*connection_);
-  watchdog_->emittedDown(shownDown_);
 }
 
 void TapSession::settle() {

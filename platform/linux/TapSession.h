@@ -9,10 +9,13 @@
 #include <optional>
 #include <vector>
 
+#include "platform/linux/ActivationDesk.h"
 #include "platform/linux/FocusWatch.h"
 #include "platform/linux/HeldKeys.h"
 #include "platform/linux/InputDevices.h"
+#include "platform/linux/IntentWatch.h"
 #include "platform/linux/KeyBalance.h"
+#include "platform/linux/KeyEmitter.h"
 #include "platform/linux/KeyQueue.h"
 #include "platform/linux/KeyRoles.h"
 #include "platform/linux/KeyboardGate.h"
@@ -32,7 +35,8 @@ class TapSession {
   using Judge = std::function<bool(CGEventType, TapEvent&)>;
 
   // Null where the server, or what it offers, does not allow a tap.
-  static std::unique_ptr<TapSession> open(Judge judge, std::shared_ptr<WatchdogLink> watchdog);
+  static std::unique_ptr<TapSession> open(Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+                                          std::shared_ptr<ActivationDesk> desk);
   TapSession(const TapSession&) = delete;
   TapSession& operator=(const TapSession&) = delete;
   ~TapSession();
@@ -45,53 +49,69 @@ class TapSession {
   bool perform();
 
  private:
-  TapSession(std::unique_ptr<XcbConnection> connection, Judge judge, std::shared_ptr<WatchdogLink> watchdog);
+  TapSession(std::unique_ptr<XcbConnection> connection, Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+             std::shared_ptr<ActivationDesk> desk);
 
   void begin();
   void refreshDevices();
   void forget(DeviceId keyboard);
   bool handleInbox();
+  bool handleActivations();
+  bool handleSettling();
   void take(const xcb_generic_event_t& event);
   void handleInput(const xcb_ge_generic_event_t& event);
+  void handleRawKey(const xcb_input_raw_key_press_event_t& event);
   void handleKey(DeviceId keyboard, KeyCode key, bool isPress);
-  void handleButton(std::uint32_t button);
+  void handleButton(const xcb_input_raw_button_press_event_t& event);
+  UserIntent::Key intentOf(KeyCode key, bool isPress);
+  // Tells the tap's owner of a command that no event of its own tells.
+  void tell(std::optional<Command> command);
   void noteFocus(FocusWatch::Sign sign);
 
   void judgeDelivered(const KeyStroke& stroke);
   void admit(const KeyStroke& stroke);
   void advance();
+  bool mustSettle(const KeyStroke& stroke) const;
   bool judge(CGEventType type, TapEvent& event, std::optional<pid_t> front);
+  std::optional<pid_t> frontForKey();
   std::optional<pid_t> knownFront();
 
   void disturb();
   bool isQuiet() const;
+  bool wasDisturbedLately() const;
   bool openIfQuiet();
   bool recheckFingers();
   bool takeQueued();
   void openGate();
-  void emit(const std::vector<KeyBalance::Emission>& emissions);
+  void emit(const std::vector<KeyBalance::Emission>& emissions) { emitter_.emit(emissions, balance_.emittedDown()); }
   void settle();
 
   std::unique_ptr<XcbConnection> connection_;
   Judge judge_;
   std::shared_ptr<WatchdogLink> watchdog_;
+  std::shared_ptr<ActivationDesk> desk_;
   std::shared_ptr<HeldKeyInbox> inbox_;
   InputDevices devices_;
   FocusWatch focus_;
+  IntentWatch intent_;
   KeyboardGate gate_;
   KeymapKeeper keymaps_;
   KeyRoles roles_;
   KeyBalance balance_;
+  KeyEmitter emitter_;
   KeyQueue queue_;
 
   std::uint8_t xinputOpcode_ = 0;
+  bool isDeskOpen_ = false;
   // Valid while the gate is open: nothing has moved the focus since it was asked for.
   std::optional<std::optional<pid_t>> front_;
   bool isGrabbedElsewhere_ = false;
-  DeviceId typist_ = 0;  // the keyboard that was typed on last
+  bool isAwaitingSettling_ = false;  // the first key of the queue is
+  DeviceId typist_ = 0;              // the keyboard that was typed on last
+  CGPoint pointer_;                  // where a mouse came into a window last
   Clock::time_point lastDisturbance_;
   Clock::time_point lastRecheck_;
-  KeySet shownDown_;  // on the watchdog's board
+  Clock::time_point handedBack_;  // the applications' keyboard to the hardware, lately
 };
 
 }  // namespace platform::linux_desktop

@@ -3,13 +3,13 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 
 #include <cerrno>
 #include <chrono>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <new>
 #include <string>
@@ -21,7 +21,11 @@ extern char** environ;
 namespace platform::linux_desktop {
 namespace {
 
-constexpr std::chrono::milliseconds longestFarewell{1000};
+using namespace std::chrono_literals;
+
+constexpr std::chrono::milliseconds longestFarewell = 200ms;
+constexpr std::chrono::milliseconds longestSilence = 1000ms;
+constexpr std::chrono::milliseconds callInterval = 250ms;
 
 // Beside the running executable.
 std::string watchdogPath() {
@@ -48,22 +52,22 @@ WatchdogLink::WatchdogLink() : memory_(memfd_create("varnolet-watchdog", MFD_CLO
 }
 
 WatchdogLink::~WatchdogLink() {
-  end();
+  end(longestFarewell);
   munmap(board_, sizeof(WatchdogBoard));
 }
 
 // It ends by itself when it hears that nobody is left. One that does not is not worth waiting for.
-void WatchdogLink::end() {
+void WatchdogLink::end(std::chrono::milliseconds longestWait) {
   stream_ = FileDescriptor();
   if (process_ <= 0) return;
-  const auto patience = std::chrono::steady_clock::now() + longestFarewell;
+  const auto patience = Clock::now() + longestWait;
   while (waitpid(process_, nullptr, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() >= patience) {
+    if (Clock::now() >= patience) {
       kill(process_, SIGKILL);
       waitpid(process_, nullptr, 0);
       break;
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    std::this_thread::sleep_for(1ms);
   }
   process_ = 0;
 }
@@ -93,26 +97,90 @@ void WatchdogLink::start() {
   if (posix_spawn(&process_, path.c_str(), &actions, &attributes, arguments, environ) != 0) process_ = 0;
   posix_spawnattr_destroy(&attributes);
   posix_spawn_file_actions_destroy(&actions);
-  // It may take our sockets, also where only ancestors may.
-  if (process_ > 0) prctl(PR_SET_PTRACER, process_);
+  unanswered_.reset();
+  if (process_ > 0) {
+    call(watched_.get());
+  } else {
+    stream_ = FileDescriptor();
+    isAnswering_ = true;
+  }
+}
+
+void WatchdogLink::replace() {
+  end(0ms);
+  start();
+}
+
+void WatchdogLink::call(int descriptor) {
+  char byte = 0;
+  iovec bytes{&byte, 1};
+  msghdr message{};
+  message.msg_iov = &bytes;
+  message.msg_iovlen = 1;
+  alignas(cmsghdr) char control[CMSG_SPACE(sizeof descriptor)];
+  if (descriptor >= 0) {
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    cmsghdr& header = *CMSG_FIRSTHDR(&message);
+    header.cmsg_level = SOL_SOCKET;
+    header.cmsg_type = SCM_RIGHTS;
+    header.cmsg_len = CMSG_LEN(sizeof descriptor);
+    std::memcpy(CMSG_DATA(&header), &descriptor, sizeof descriptor);
+  }
+  sendmsg(stream_.get(), &message, MSG_NOSIGNAL);
+  lastCall_ = Clock::now();
+  if (!unanswered_) unanswered_ = lastCall_;
 }
 
 void WatchdogLink::watch(XcbConnection& connection) {
-  board_->socket.store(connection.fileDescriptor(), std::memory_order_relaxed);
   const std::uint32_t window = xcb_generate_id(connection);
   xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, connection.root(), -1, -1, 1, 1, 0,
                     XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
   board_->resource.store(window, std::memory_order_relaxed);
+  watched_ = FileDescriptor(fcntl(connection.fileDescriptor(), F_DUPFD_CLOEXEC, 0));
+  if (stream_.isOpen()) call(watched_.get());
+}
+
+bool WatchdogLink::isAnswering() {
+  replaceIfSilent();
+  return isAnswering_;
 }
 
 void WatchdogLink::gateClosed() {
   beat();
-  board_->isGateClosed.store(true, std::memory_order_release);
-  if (!stream_.isOpen()) return;
-  const char wake = 0;
-  if (send(stream_.get(), &wake, 1, MSG_NOSIGNAL) < 0 && errno != EAGAIN) {
-    end();
-    start();
+  board_->isHolding.store(true, std::memory_order_release);
+  if (stream_.isOpen()) call();
+}
+
+void WatchdogLink::grabBegan(xcb_window_t window) {
+  board_->grabWindow.store(window, std::memory_order_relaxed);
+  gateClosed();
+}
+
+void WatchdogLink::beat() {
+  board_->beat.store(monotonicNanoseconds(), std::memory_order_release);
+  if (!board_->isHolding.load(std::memory_order_relaxed) || !stream_.isOpen()) return;
+  replaceIfSilent();
+  if (!unanswered_ && Clock::now() - lastCall_ >= callInterval) call();
+}
+
+void WatchdogLink::replaceIfSilent() {
+  takeAnswers();
+  if (!unanswered_ || Clock::now() - *unanswered_ < longestSilence) return;
+  isAnswering_ = false;
+  replace();
+}
+
+// The end of the stream is the end of the watchdog.
+void WatchdogLink::takeAnswers() {
+  if (!unanswered_) return;
+  char answers[64];
+  const ssize_t count = recv(stream_.get(), answers, sizeof answers, MSG_DONTWAIT);
+  if (count > 0) {
+    unanswered_.reset();
+    isAnswering_ = true;
+  } else if (count == 0 || errno == ECONNRESET) {
+    replace();
   }
 }
 

@@ -3,6 +3,7 @@
 #include <xcb/xinput.h>
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "platform/linux/WindowProperties.h"
@@ -11,11 +12,25 @@ namespace platform::linux_desktop {
 namespace {
 
 constexpr char checkProperty[] = "_NET_SUPPORTING_WM_CHECK";
+constexpr std::uint32_t sourceIsPager = 2;  // it speaks for the user
 
 bool hasExtension(XcbConnection& connection, std::string_view name) {
   const auto extension = replyTo(connection, xcb_query_extension_reply,
                                  xcb_query_extension(connection, static_cast<std::uint16_t>(name.size()), name.data()));
   return extension && extension->present;
+}
+
+void ask(XcbConnection& connection, xcb_window_t window, const char* request, std::array<std::uint32_t, 5> values) {
+  xcb_client_message_event_t message{};
+  message.response_type = XCB_CLIENT_MESSAGE;
+  message.format = 32;
+  message.window = window;
+  message.type = connection.atom(request);
+  std::copy(values.begin(), values.end(), message.data.data32);
+  xcb_send_event(connection, 0, connection.root(),
+                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
+                 reinterpret_cast<const char*>(&message));
+  xcb_flush(connection);
 }
 
 }  // namespace
@@ -36,18 +51,16 @@ bool windowManagerActivates(XcbConnection& connection) {
 }
 
 void requestActivation(XcbConnection& connection, xcb_window_t window, xcb_timestamp_t time) {
-  constexpr std::uint32_t sourceIsPager = 2;
-  xcb_client_message_event_t message{};
-  message.response_type = XCB_CLIENT_MESSAGE;
-  message.format = 32;
-  message.window = window;
-  message.type = connection.atom("_NET_ACTIVE_WINDOW");
-  message.data.data32[0] = sourceIsPager;
-  message.data.data32[1] = time;
-  xcb_send_event(connection, 0, connection.root(),
-                 XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                 reinterpret_cast<const char*>(&message));
-  xcb_flush(connection);
+  ask(connection, window, "_NET_ACTIVE_WINDOW", {sourceIsPager, time});
+}
+
+void requestWorkspace(XcbConnection& connection, std::uint32_t workspace, xcb_timestamp_t time) {
+  ask(connection, connection.root(), "_NET_CURRENT_DESKTOP", {workspace, time});
+}
+
+void requestAttention(XcbConnection& connection, xcb_window_t window, bool isWanted) {
+  ask(connection, window, "_NET_WM_STATE",
+      {isWanted ? 1U : 0U, connection.atom("_NET_WM_STATE_DEMANDS_ATTENTION"), 0, sourceIsPager});
 }
 
 void focusWithoutWindowManager(XcbConnection& connection, xcb_window_t window, xcb_timestamp_t time) {

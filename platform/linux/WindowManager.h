@@ -12,6 +12,9 @@ xcb_window_t windowManagerCheckWindow(XcbConnection& connection);
 bool windowManagerActivates(XcbConnection& connection);
 // Asks it to, in the user's name. `time` is the server's, and recent.
 void requestActivation(XcbConnection& connection, xcb_window_t window, xcb_timestamp_t time);
+void requestWorkspace(XcbConnection& connection, std::uint32_t workspace, xcb_timestamp_t time);
+// Asks it to show that the window has something to say, or to show that no longer.
+void requestAttention(XcbConnection& connection, xcb_window_t window, bool isWanted);
 // Raises and focuses a window where nobody else would.
 void focusWithoutWindowManager(XcbConnection& connection, xcb_window_t window, xcb_timestamp_t time);
 // True if the server is a guest in a Wayland session, where it sees neither all windows nor all keys.

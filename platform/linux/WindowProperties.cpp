@@ -35,6 +35,10 @@ std::optional<std::string> textOf(XcbConnection& connection, xcb_window_t window
   return std::string(static_cast<const char*>(xcb_get_property_value(reply.get())), reply->value_len);
 }
 
+bool windowExists(XcbConnection& connection, xcb_window_t window) {
+  return replyTo(connection, xcb_get_window_attributes_reply, xcb_get_window_attributes(connection, window)) != nullptr;
+}
+
 std::vector<xcb_window_t> clientWindows(XcbConnection& connection) {
   return numbersOf(connection, connection.root(), "_NET_CLIENT_LIST", XCB_ATOM_WINDOW, mostClientWindows)
       .value_or(std::vector<xcb_window_t>{});

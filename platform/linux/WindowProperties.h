@@ -23,6 +23,8 @@ std::optional<std::uint32_t> numberOf(XcbConnection& connection, xcb_window_t wi
 // The first 1024 bytes of a text property of any encoding, as they are.
 std::optional<std::string> textOf(XcbConnection& connection, xcb_window_t window, std::string_view property);
 
+// One round trip.
+bool windowExists(XcbConnection& connection, xcb_window_t window);
 // The windows that the window manager manages; empty without a window manager that tells.
 std::vector<xcb_window_t> clientWindows(XcbConnection& connection);
 

@@ -13,6 +13,16 @@ class Defaults::Store final : public UserDefaults {
     return found == values_.end() ? std::nullopt : std::optional(found->second);
   }
   void set(const std::string& bytes, const std::string& key) override { values_[key] = bytes; }
+  // Each value goes to the key "aside.<its own>"; only once, because there is room for one.
+  bool setAside() override {
+    std::map<std::string, std::string> aside;
+    for (const auto& [key, bytes] : values_) {
+      if (key.starts_with("aside.")) return false;
+      aside["aside." + key] = bytes;
+    }
+    values_ = std::move(aside);
+    return true;
+  }
 
  private:
   std::map<std::string, std::string> values_;
@@ -100,14 +110,20 @@ std::optional<NSError> Files::writeAtomically(const path& file, const std::strin
   return std::nullopt;
 }
 
-std::optional<NSError> Files::moveItem(const path& from, const path& to) {
+std::variant<path, NSError> Files::setItemAside(const path& file) {
   const std::lock_guard lock(mutex_);
-  if (moveFailure_) return errorOf(moveFailure_);
-  if (auto obstacle = obstacleBetween(from, to)) return obstacle;
-  auto node = files_.extract(from);
-  node.key() = to;
+  if (moveFailure_) return NSError{*moveFailure_};
+  path aside;
+  int number = 0;
+  do {
+    const auto name = file.stem().string() + ".unreadable-" + std::to_string(++number) + file.extension().string();
+    aside = file.parent_path() / name;
+  } while (files_.contains(aside));
+  auto node = files_.extract(file);
+  if (node.empty()) return NSError{"The file does not exist.", true};
+  node.key() = aside;
   files_.insert(std::move(node));
-  return std::nullopt;
+  return aside;
 }
 
 std::optional<NSError> Files::copyItem(const path& from, const path& to) {
@@ -124,16 +140,12 @@ std::string Files::displayNameAtPath(const path& file) {
   return application ? application->displayName : file.filename().string();
 }
 
-std::optional<std::string> Files::contents(const path& file) {
+std::variant<std::string, NSError> Files::contents(const path& file) {
   const std::lock_guard lock(mutex_);
   const auto found = files_.find(file);
-  if (found == files_.end() || !found->second.isReadable) return std::nullopt;
+  if (found == files_.end()) return NSError{"The file does not exist.", true};
+  if (!found->second.isReadable) return NSError{"The file cannot be read."};
   return found->second.bytes;
-}
-
-bool Files::fileExists(const path& file) {
-  const std::lock_guard lock(mutex_);
-  return files_.contains(file) || folders_.contains(file);
 }
 
 void Files::addFolder(path folder) {

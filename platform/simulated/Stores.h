@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <variant>
 #include <vector>
 
 #include "platform/Desktop.h"
@@ -53,11 +54,10 @@ class Files final : public NSFileManager {
   std::filesystem::path homeDirectoryForCurrentUser() override;
   std::optional<NSError> createDirectory(const std::filesystem::path& folder) override;
   std::optional<NSError> writeAtomically(const std::filesystem::path& file, const std::string& bytes) override;
-  std::optional<NSError> moveItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
+  std::variant<std::filesystem::path, NSError> setItemAside(const std::filesystem::path& file) override;
   std::optional<NSError> copyItem(const std::filesystem::path& from, const std::filesystem::path& to) override;
   std::string displayNameAtPath(const std::filesystem::path& path) override;
-  std::optional<std::string> contents(const std::filesystem::path& file) override;
-  bool fileExists(const std::filesystem::path& file) override;
+  std::variant<std::string, NSError> contents(const std::filesystem::path& file) override;
 
  private:
   struct File {

@@ -62,6 +62,7 @@ void NSApplication::terminate(int exitCode) {
 
 bool NSApplication::tellOfTheEnd() {
   if (std::exchange(isTerminating_, true)) return false;
+  if (onTermination_) onTermination_();
   if (const auto delegate = delegate_.lock()) delegate->applicationWillTerminate();
   return true;
 }

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace platform::ui {
 
@@ -42,12 +43,15 @@ class NSApplication : public QObject {
   // Tells the delegate, and ends the event loop with the code; nothing if it has been told before.
   void terminate(int exitCode = 0);
   void reopen();
+  // Called once, before the delegate is told of the end.
+  void setTerminationHandler(std::function<void()> handler) { onTermination_ = std::move(handler); }
 
  private:
   // False if it has been told before.
   bool tellOfTheEnd();
 
   std::weak_ptr<NSApplicationDelegate> delegate_;
+  std::function<void()> onTermination_;
   bool isTerminating_ = false;
 };
 

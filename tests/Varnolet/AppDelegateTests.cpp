@@ -127,6 +127,7 @@ TEST_F(AppDelegateTest, TheLaunchForgetsEventsThatAreTooOld) {
   varnoletKit::EventLogManager log;
   for (const auto age : {24h * 6, 24h * 9}) log.append({newUUID(), dateNow() - age, "t", "Thief", "e", "Editor", 0, 0});
   launch();
+  advance(0ms);
   EXPECT_EQ(log.loadEvents().size(), 1U);
 }
 

@@ -93,6 +93,7 @@ TEST_F(NotificationManagerTest, SaysWhoWasBlockedAndHowManyKeysWereSaved) {
   EXPECT_EQ(first.content.body, "Chat tried to steal focus from Editor. 12 keystrokes buffered and restored.");
   EXPECT_EQ(second.content.body, "Chat tried to steal focus from Editor. 0 keystrokes buffered and restored.");
   EXPECT_EQ(first.content.categoryIdentifier, "BLOCK_NOTIFICATION");
+  EXPECT_EQ(first.content.threadIdentifier, "org.example.Chat");
   EXPECT_EQ(first.content.userInfo.size(), 1U);
   EXPECT_EQ(first.content.value<std::string>("thiefBundleID"), "org.example.Chat");
   EXPECT_THAT(desktop.logLines(), IsEmpty());

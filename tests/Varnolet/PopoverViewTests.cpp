@@ -58,38 +58,44 @@ TEST_F(PopoverViewTest, ShowsWhatThereIsAndFollowsIt) {
   for (const auto* label : view->findChildren<QLabel*>()) EXPECT_EQ(label->textFormat(), Qt::PlainText);
 }
 
-TEST_F(PopoverViewTest, ThePauseSwapsItsButtonsAndItsWord) {
-  const auto shown = [this](const char* name) { return find(*view, name)->isVisibleTo(view.get()); };
-  EXPECT_FALSE(shown("Resume focus protection"));
+TEST_F(PopoverViewTest, ThePauseSwapsItsButtonsAndTheHeaderSaysWhetherItProtects) {
+  auto& header = *view->findChild<QLabel*>();
+  const auto expectHeader = [&](const char* word, bool isPaused, bool isGreen) {
+    EXPECT_EQ(lines().first(), "Varnolet — " + QString(word));
+    EXPECT_EQ(find(*view, "Resume focus protection")->isVisibleTo(view.get()), isPaused);
+    EXPECT_EQ(find(*view, "Pause focus protection for one hour")->isVisibleTo(view.get()), !isPaused);
+    EXPECT_EQ(draws(header, NSColor::greenText(view->palette())), isGreen);
+    EXPECT_EQ(draws(header, NSColor::grayText(view->palette())), !isGreen);
+  };
+  expectHeader("Active", false, true);
   click(*view, "Pause focus protection until manually re-enabled");
-  EXPECT_EQ(lines().first(), "Varnolet — Paused");
-  EXPECT_FALSE(shown("Pause focus protection for one hour"));
   desktop.advance(2h);
-  EXPECT_EQ(lines().first(), "Varnolet — Paused");
+  expectHeader("Paused", true, false);
+  state->setIsEnabled(true);
+  expectHeader("Paused", true, false);
   click(*view, "Resume focus protection");
-  EXPECT_EQ(lines().first(), "Varnolet — Active");
   click(*view, "Pause focus protection for one hour");
   desktop.advance(1h - 1ms);
-  EXPECT_EQ(lines().first(), "Varnolet — Paused");
+  expectHeader("Paused", true, false);
   desktop.advance(1ms);
-  EXPECT_EQ(lines().first(), "Varnolet — Active");
+  expectHeader("Active", false, true);
   state->setIsEnabled(false);
-  EXPECT_EQ(lines().first(), "Varnolet — Disabled");
-  EXPECT_TRUE(shown("Pause focus protection for one hour"));
+  expectHeader("Disabled", false, false);
 }
 
-TEST_F(PopoverViewTest, TheHeaderIsGreenWhileItProtectsAndElseGrey) {
-  auto& header = *view->findChild<QLabel*>();
-  const auto isGreen = [&] { return draws(header, NSColor::greenText(view->palette())); };
-  const auto isGray = [&] { return draws(header, NSColor::grayText(view->palette())); };
-  EXPECT_TRUE(isGreen() && !isGray());
+TEST_F(PopoverViewTest, NamesNobodyWhoIsNotProtected) {
+  const auto editor = desktop.launch({.localizedName = "Editor"});
+  const auto isNamed = [this] { return lines().contains("Protecting: Editor"); };
+  state->setBlessedApp(editor);
+  EXPECT_TRUE(isNamed());
   pauseManager->pauseIndefinitely();
-  state->setIsEnabled(true);
-  EXPECT_TRUE(isGray() && !isGreen());
+  EXPECT_FALSE(isNamed());
   pauseManager->resume();
-  EXPECT_TRUE(isGreen());
-  state->setIsEnabled(false);
-  EXPECT_TRUE(isGray() && !isGreen());
+  EXPECT_TRUE(isNamed());
+  desktop.quit(editor);
+  EXPECT_FALSE(isNamed());
+  view.reset();
+  desktop.quit(desktop.launch({}));  // of which the view is not told any more
 }
 
 // Whoever names an application decides neither how large the popover is nor how it looks.
@@ -115,16 +121,11 @@ TEST_F(PopoverViewTest, TheFooterCallsWhatItSays) {
 TEST(RelativeTime, ChangesItsWordsAtItsThresholds) {
   const platform::Date then = platform::Date(1'000'000s);
   const auto after = [then](std::chrono::milliseconds time) { return relativeTime(then, then + time); };
-  EXPECT_EQ(after(-1h), "just now");
-  EXPECT_EQ(after(59'999ms), "just now");
-  EXPECT_EQ(after(60s), "1 min ago");
-  EXPECT_EQ(after(119s), "1 min ago");
-  EXPECT_EQ(after(120s), "2 min ago");
-  EXPECT_EQ(after(3599s), "59 min ago");
-  EXPECT_EQ(after(3600s), "1 hr ago");
-  EXPECT_EQ(after(7199s), "1 hr ago");
-  EXPECT_EQ(after(7200s), "2 hrs ago");
-  EXPECT_EQ(after(72h), "72 hrs ago");
+  EXPECT_EQ(after(-1h) + ", " + after(59'999ms), "just now, just now");
+  EXPECT_EQ(after(60s) + ", " + after(119s), "1 min ago, 1 min ago");
+  EXPECT_EQ(after(120s) + ", " + after(3599s), "2 min ago, 59 min ago");
+  EXPECT_EQ(after(3600s) + ", " + after(7199s), "1 hr ago, 1 hr ago");
+  EXPECT_EQ(after(7200s) + ", " + after(72h), "2 hrs ago, 72 hrs ago");
 }
 
 }  // namespace

@@ -1,13 +1,8 @@
-// A desktop that lacks or loses what the application would like to have, and more events than anybody reads.
+// A desktop that lacks or loses what the application would like to have.
 #include <signal.h>
-#include <sys/mount.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
-#include <ctime>
-#include <fstream>
-#include <system_error>
+#include <string>
 
 #include "../platform/linux/PrivateBus.h"
 #include "ApplicationScene.h"
@@ -15,7 +10,6 @@
 namespace {
 
 using namespace stage;
-using std::filesystem::path;
 
 // Without a screen reader: a window of its size that no window manager knows of.
 bool isPopoverShown(const XConnection& connection) {
@@ -37,17 +31,33 @@ class PoorDesktop : public testing::Test {
   ApplicationScene scene;
 };
 
-TEST_F(PoorDesktop, WithoutASessionBusIsGuardedAndHasAnIcon) {
+TEST_F(PoorDesktop, WithoutBusesThatAnswerIsGuardedHasAnIconAndEndsWhenAsked) {
   const platform::linux_desktop::SilentBus silentBus;
-  for (const std::string& address :
-       {std::string("disabled:"), "unix:path=" + (scene.desktop.home() / "nowhere").string(), silentBus.address()}) {
-    scene.begin({{"DBUS_SESSION_BUS_ADDRESS", address}});
-    scene.expectWordSurvives(Theft::byRequest, address);
-    scene.expectIcon(Panel::Icon::green, address);
+  const struct {
+    const char* fault;
+    Environment environment;
+    bool isOrdinaryUser = false;
+    pid_t stopped = 0;
+  } cases[] = {
+      {"no session bus", {{"DBUS_SESSION_BUS_ADDRESS", "disabled:"}}},
+      {"nobody at its address", {{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere/bus"}}},
+      {"a silent session bus", {{"DBUS_SESSION_BUS_ADDRESS", silentBus.address()}}},
+      // Who may not raise the priority of a thread asks over the system's bus.
+      {"a silent system bus", {{"DBUS_SYSTEM_BUS_ADDRESS", silentBus.address()}}, true},
+      {"a silent accessibility bus", {{"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1"}}, false, scene.reader.bus()},
+      {"a silent launcher of the accessibility bus", {}, true, scene.reader.launcher()},
+  };
+  for (const auto& [fault, environment, isOrdinaryUser, stopped] : cases) {
+    SCOPED_TRACE(fault);
+    if (stopped > 0) ::kill(stopped, SIGSTOP);
+    scene.guard.emplace(scene.desktop, Guard::programUnderTest(), environment, isOrdinaryUser);
+    scene.expectWordSurvives(Theft::byRequest, fault);
+    scene.expectIcon(Panel::Icon::green, fault);
     scene.panel->clickIcon();
-    EXPECT_TRUE(eventually([&] { return isPopoverShown(scene.desktop.connection()); })) << address;
-    EXPECT_EQ(scene.guard->stop(), orderly) << address;
-    scene.expectKeyboardIsFree(address);
+    EXPECT_TRUE(eventually([&] { return isPopoverShown(scene.desktop.connection()); })) << fault;
+    EXPECT_EQ(scene.guard->stop(), orderly) << fault;
+    scene.expectKeyboardIsFree(fault);
+    if (stopped > 0) ::kill(stopped, SIGCONT);
   }
 }
 
@@ -55,6 +65,7 @@ TEST_F(PoorDesktop, SaysSoWithoutATrayAndShowsItsIconInOneThatComes) {
   scene.panel.reset();
   scene.begin();
   EXPECT_NO_THROW(scene.reader.await(scene.notifications, "Varnolet has no icon here"));
+  scene.expectWordSurvives(Theft::byRequest, "without a tray");
   scene.openPopover();
   scene.closePopover();
   for (const char* when : {"in a tray that came late", "in a tray that came back"}) {
@@ -65,7 +76,6 @@ TEST_F(PoorDesktop, SaysSoWithoutATrayAndShowsItsIconInOneThatComes) {
     scene.closePopover();
     scene.panel.reset();
   }
-  scene.expectWordSurvives(Theft::byRequest, "the tray is gone");
 }
 
 TEST_F(PoorDesktop, IsGuardedWhenItsNotificationsHangAndEnd) {
@@ -78,81 +88,6 @@ TEST_F(PoorDesktop, IsGuardedWhenItsNotificationsHangAndEnd) {
   scene.notificationService.reset();
   EXPECT_TRUE(scene.guard->log().waitFor("Failed to post block notification: ")) << scene.guard->log().text();
   scene.expectWordSurvives(Theft::byRequest, "the notifications are gone");
-}
-
-// A file system on a folder that takes nothing.
-class ReadOnlyFolder {
- public:
-  explicit ReadOnlyFolder(path folder) : folder_(std::move(folder)) {
-    isMounted_ = ::mount("tmpfs", folder_.c_str(), "tmpfs", MS_RDONLY, "mode=0700") == 0;
-    error_ = errno;
-  }
-  ReadOnlyFolder(const ReadOnlyFolder&) = delete;
-  ReadOnlyFolder& operator=(const ReadOnlyFolder&) = delete;
-  ~ReadOnlyFolder() {
-    if (isMounted_) ::umount2(folder_.c_str(), MNT_DETACH);
-  }
-  bool isMounted() const { return isMounted_; }
-  int error() const { return error_; }
-
- private:
-  path folder_;
-  bool isMounted_ = false;
-  int error_ = 0;
-};
-
-TEST_F(PoorDesktop, WithAReadOnlyHomeIsGuardedAndKeepsSettingsUntilTheEnd) {
-  const ReadOnlyFolder data(scene.desktop.home() / "data");
-  const ReadOnlyFolder config(scene.desktop.home() / "config");
-  if (!data.isMounted() || !config.isMounted())
-    GTEST_SKIP() << "no file system may be mounted here: " << std::generic_category().message(data.error());
-  scene.begin();
-  scene.expectWordSurvives(Theft::byRequest, "a read-only home");
-  EXPECT_TRUE(scene.guard->log().waitFor("Failed to write blocked events: ")) << scene.guard->log().text();
-  for (int i = 0; i < 2; ++i) {
-    scene.choose("Open settings");
-    const auto sound = scene.await("Notification Sound");
-    EXPECT_EQ(sound.is(AccessibleState::checked), i == 0);
-    scene.reader.press(sound);
-    EXPECT_TRUE(eventually([&] { return scene.await("Notification Sound").is(AccessibleState::checked) == (i != 0); }));
-    scene.typist.tapWithControl(keyW);
-    ASSERT_TRUE(eventually([&] { return !scene.shows("Notification Sound"); }));
-  }
-  EXPECT_EQ(scene.guard->stop(), orderly);
-}
-
-void writeEvents(const path& file, int count) {
-  std::filesystem::create_directories(file.parent_path());
-  std::ofstream stream(file);
-  const auto now = std::chrono::system_clock::now();
-  for (int i = 0; i < count; ++i) {
-    const std::time_t seconds = std::chrono::system_clock::to_time_t(now - std::chrono::minutes(1) * (i % 9000 + 1));
-    std::tm utc{};
-    gmtime_r(&seconds, &utc);
-    char time[32];
-    std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%SZ", &utc);
-    char id[40];
-    std::snprintf(id, sizeof id, "00000000-0000-4000-8000-%012d", i);
-    stream << (i == 0 ? "[" : ",") << R"({"id":")" << id << R"(","timestamp":")" << time
-           << R"(","thiefBundleID":"thief","thiefName":"Thief","protectedBundleID":"editor","protectedName":"Editor",)"
-           << R"("keystrokesBuffered":)" << i << R"(,"reactivationLatencyMs":12})";
-  }
-  stream << ']';
-}
-
-TEST_F(PoorDesktop, WithALogOfTenThousandEventsShowsTheLatestAndGoesOnMeanwhile) {
-  writeEvents(blockedEventsFile(scene.desktop), 10'000);
-  scene.begin();
-  scene.choose("View blocked events log");
-  scene.openPopover();
-  scene.closePopover();
-  const auto table = scene.await("Blocked events table");
-  EXPECT_EQ(scene.reader.rowsOf(table), 100);
-  scene.await("100 events");
-  scene.await("Showing most recent 100 events");
-  scene.typist.tapWithControl(keyW);
-  ASSERT_TRUE(eventually([&] { return scene.editor.isFocused(); }));
-  scene.expectWordSurvives(Theft::byRequest, "after a look at the log");
 }
 
 }  // namespace

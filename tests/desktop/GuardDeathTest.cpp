@@ -71,8 +71,22 @@ TEST_P(GuardsDeath, LosesNoKeyTypedAfterIt) {
   ASSERT_NO_FATAL_FAILURE(expectToTypeNormally("after a death with no key down"));
 }
 
-TEST_P(GuardsDeath, OfAStoppedGuardGivesTheKeyboardBackWithinASecond) {
+// The one that the guard has started.
+pid_t watchdogOf(const Guard& guard) {
+  for (const pid_t process : guard.process().processes()) {
+    if (process != guard.process().pid()) return process;
+  }
+  return 0;
+}
+
+TEST_P(GuardsDeath, OfAStoppedGuardGivesTheKeyboardBackWithinASecondAlsoAfterItsWatchdogWasStopped) {
   constexpr double atMostMs = 1000;
+  const pid_t watchdog = watchdogOf(*scene.guard);
+  ASSERT_EQ(::kill(watchdog, SIGSTOP), 0);
+  ASSERT_NO_FATAL_FAILURE(scene.closeGate());
+  ASSERT_TRUE(eventually([&] { return watchdogOf(*scene.guard) != watchdog && watchdogOf(*scene.guard) != 0; }))
+      << "the watchdog is not replaced";
+  ASSERT_NO_FATAL_FAILURE(scene.waitUntilGateOpens());
   ASSERT_NO_FATAL_FAILURE(holdShiftAndALetterDuringATheft());
   const auto stopped = Clock::now();
   scene.guard->process().signal(SIGSTOP);
@@ -111,6 +125,36 @@ TEST_P(GuardsDeath, ByRequestIsCleanAndReleasesTheKeyboard) {
     scene.guard.reset();
     scene.beginGuarding();
   }
+}
+
+TEST_P(GuardsDeath, ByRequestComesWithinASecondWhateverItWaitsFor) {
+  ASSERT_NO_FATAL_FAILURE(scene.closeGate());
+  scene.desktop.signalServer(SIGSTOP);
+  scene.guard->process().signal(SIGTERM);
+  EXPECT_TRUE(scene.guard->process().ending(std::chrono::seconds(1)));
+  scene.desktop.signalServer(SIGCONT);
+  ASSERT_NO_FATAL_FAILURE(scene.waitUntilGateOpens());
+  ASSERT_NO_FATAL_FAILURE(expectToTypeNormally("after an end that would not come"));
+}
+
+TEST_P(GuardsDeath, IsFollowedByTheNextGuardWheneverThatStarts) {
+  for (const char* lastSeen : {"", "EventTap torn down", "FocusGuardEngine stopped"}) {
+    scene.guard->process().signal(SIGTERM);
+    ASSERT_TRUE(scene.guard->log().waitFor(lastSeen)) << lastSeen;
+    std::optional<Guard> next;
+    ASSERT_NO_THROW(next.emplace(scene.desktop)) << "started after '" << lastSeen << "'";
+    EXPECT_EQ(scene.guard->process().ending(), (Ending{0, std::nullopt}));
+    EXPECT_TRUE(next->stop());
+    scene.guard.reset();
+    scene.beginGuarding();
+  }
+  // Not even one on another bus, or on none, guards beside it.
+  auto options = ChildProcess::Options{scene.desktop.environment()};
+  options.environment["DBUS_SESSION_BUS_ADDRESS"] = "disabled:";
+  options.readErrors = true;
+  ChildProcess second({Guard::programUnderTest().string()}, options);
+  EXPECT_EQ(second.ending(), (Ending{3, std::nullopt}));
+  EXPECT_TRUE(second.errors().waitFor("varnolet: this display is guarded by another process already"));
 }
 
 INSTANTIATE_UNDER_WINDOW_MANAGERS(GuardsDeath);

@@ -8,7 +8,7 @@ using namespace stage;
 
 class OtherPrograms : public UnderWindowManager {
  protected:
-  Actor grabber{scene.desktop, "grabber"};
+  Actor grabber{scene.desktop, "grabber", {"--hidden"}};
 
   void grab() {
     grabber.tell("grab");

@@ -49,28 +49,16 @@ TEST_F(Reach, ThePopover) {
 TEST_F(Reach, TheSettings) {
   scene.begin();
   scene.choose("Open whitelist settings");
-  expectShown({"General", "Whitelist", "Advanced", "About", "Startup", "Protection"}, "General");
-  expectTabStops({"General", "Launch at Login", "Enable Protection", "Show Notifications", "Notification Sound"},
-                 "General");
-  scene.typist.tapWithControl(keyTab);
-  scene.await("Whitelisted apps");
-  expectTabStops({"Whitelist", "Whitelisted apps", "Add...", "Reset to Defaults"}, "Whitelist");
-  scene.typist.tapWithControl(keyTab);
-  for (const char* slider : {"Gesture detection window", "Buffer timeout"}) {
-    EXPECT_EQ(scene.await(slider).description, "500 milliseconds") << slider;
+  const std::vector<Names> pages{
+      {"General", "Launch at Login", "Enable Protection", "Show Notifications", "Notification Sound"},
+      {"Whitelist", "Whitelisted apps", "Add...", "Reset to Defaults"},
+      {"Advanced", "Gesture detection window", "Buffer timeout", "Log retention period", "Export Log", "View Log"}};
+  for (const auto& page : pages) {
+    expectShown(page, page.front());
+    expectTabStops(page, page.front());
+    scene.typist.tapWithControl(keyTab);
   }
-  expectTabStops(
-      {"Advanced", "Gesture detection window", "Buffer timeout", "Log retention period", "Export Log", "View Log"},
-      "Advanced");
-  scene.typist.tapWithControl(keyTab);
-  for (const char* name : {"Check for Updates", "https://varnolet.example/"}) EXPECT_NO_THROW(scene.tabTo(name));
-}
-
-TEST_F(Reach, TheLog) {
-  scene.begin();
-  scene.choose("View blocked events log");
-  expectShown({"No Events", "No blocked events found for the selected date range.", "0 events"}, "empty log");
-  expectTabStops({"Filter start date", "Filter end date", "Export", "Clear Log", "Done"}, "empty log");
+  EXPECT_NO_THROW(scene.tabTo("Check for Updates"));
 }
 
 TEST(Welcome, NamesItsPermissions) {

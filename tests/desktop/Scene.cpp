@@ -17,8 +17,7 @@ json readLog(const std::filesystem::path& file) {
 
 }  // namespace
 
-Scene::Scene(WindowManager manager, const std::vector<std::string>& thiefsOptions)
-    : desktop(manager), thief(desktop, "thief", thiefsOptions) {
+Scene::Scene(WindowManager manager) : desktop(manager) {
   desktop.activate(editor.window());
   if (!eventually([this] { return editor.isFocused(); })) throw std::runtime_error("the editor gets no focus");
 }

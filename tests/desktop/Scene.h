@@ -18,7 +18,7 @@ namespace stage {
 
 struct Scene {
   // Without a guard as yet.
-  explicit Scene(WindowManager manager, const std::vector<std::string>& thiefsOptions = {});
+  explicit Scene(WindowManager manager);
 
   void beginGuarding() { guard.emplace(desktop); }
 
@@ -43,7 +43,7 @@ struct Scene {
   VirtualDesktop desktop;
   Keyboard keyboard{desktop.connection()};
   Typist typist{desktop.display()};
-  Actor thief;
+  Actor thief{desktop, "thief"};
   Actor editor{desktop, "editor"};
   std::optional<Guard> guard;
 };

@@ -57,6 +57,8 @@ std::string with(std::string_view from, std::string_view to) {
 
 TEST(BlockedEventCoding, WritesSortedPrettyPrintedObjectsAndReadsThemBack) {
   EXPECT_EQ(encoded(theft), document);
+  const std::string object = document.substr(2, document.size() - 4);
+  EXPECT_EQ(std::get<std::string>(encodeBlockedEvents({theft, theft})), "[\n" + object + ",\n" + object + "\n]");
   EXPECT_EQ(std::get<std::string>(encodeBlockedEvents({})), "[]");
 
   BlockedEvent inWholeSeconds = theft;

@@ -38,14 +38,15 @@ class EventLogManagerTest : public testing::Test {
             101};
   }
   static std::optional<std::string> contents(const std::filesystem::path& file) {
-    return platform::NSFileManager::defaultManager().contents(file);
+    const auto read = platform::NSFileManager::defaultManager().contents(file);
+    const auto* bytes = std::get_if<std::string>(&read);
+    return bytes ? std::optional(*bytes) : std::nullopt;
   }
   std::vector<std::string> failures() const { return desktop.logMessages(LogCategory::lifecycle); }
 
   platform::simulated::SimulatedDesktop desktop;
   const std::filesystem::path folder = "/home/user/log";
   const std::filesystem::path file = folder / "blocked-events.json";
-  const std::filesystem::path aside = folder / "blocked-events.unreadable-1.json";
   EventLogManager log{folder};
   const BlockedEvent first = theftAt("2026-03-01T14:05:09Z", "First");
   const BlockedEvent second = theftAt("2026-03-01T14:05:10Z", "Second");
@@ -115,14 +116,33 @@ TEST_F(EventLogManagerTest, NothingOvertakesAnEventThatWaitsToBeWritten) {
   desktop.settle();
   EXPECT_EQ(contents(file), "[]");
   log.appendLater(first);
+  log.pruneEventsLater(-1);
+  EXPECT_EQ(contents(file), "[]") << "the main thread waits for the disk";
+  log.appendLater(second);
+  EXPECT_EQ(log.loadEvents(), std::vector{second});
+  log.appendLater(first);
   log.clearEvents();
   desktop.settle();
   EXPECT_EQ(contents(file), "[]") << "a cleared event is back";
   log.append(first);
   log.clearEventsLater();
   EXPECT_NE(contents(file), "[]") << "the main thread waits for the disk";
+  EXPECT_EQ(log.exportEvents(folder / "copy"), std::nullopt);
+  EXPECT_EQ(contents(folder / "copy"), "[]") << "what was cleared is exported";
   log.appendLater(second);
   EXPECT_EQ(log.loadEvents(), std::vector{second});
+}
+
+TEST_F(EventLogManagerTest, WhatWaitsIsWrittenTogether) {
+  log.append(first);
+  desktop.clearLog();
+  desktop.failWrites("full");
+  for (int i = 0; i < 100; ++i) log.appendLater(second);
+  log.pruneEventsLater(0);
+  desktop.settle();
+  EXPECT_EQ(failures(),
+            (std::vector<std::string>{"Failed to write blocked events: full", "Pruned 101 old blocked events"}));
+  EXPECT_EQ(desktop.timesLogged("Logged blocked event: Second → Editor"), 100U);
 }
 
 TEST_F(EventLogManagerTest, LivesInTheFirstApplicationSupportFolderElseInTheHomeFolder) {
@@ -183,34 +203,34 @@ TEST_F(EventLogManagerTest, AnUndecodableLogReadsAsEmptyAndIsLeftAlone) {
   EXPECT_EQ(desktop.fileNames(), std::vector{file});
 }
 
-TEST_F(EventLogManagerTest, AppendSetsAnUnreadableLogAsideUnderAFreeName) {
-  desktop.putFile(file, "garbage");
-  log.append(first);
-  EXPECT_EQ(log.loadEvents(), std::vector{first});
-  EXPECT_EQ(contents(aside), "garbage");
-
-  desktop.putFile(file, "more garbage");
-  log.append(second);
-  EXPECT_EQ(log.loadEvents(), std::vector{second});
-  EXPECT_EQ(contents(aside), "garbage");
-  EXPECT_EQ(contents(folder / "blocked-events.unreadable-2.json"), "more garbage");
-
-  desktop.makeUnreadable(file);
-  desktop.clearLog();
-  log.append(first);
-  EXPECT_EQ(log.loadEvents(), std::vector{first});
-  EXPECT_EQ(desktop.fileNames().size(), 4U);
-  EXPECT_TRUE(failures().empty());
+TEST_F(EventLogManagerTest, AppendSetsAnUndecodableLogAsideUnderAFreeName) {
+  for (const int number : {1, 2}) {
+    const auto aside = folder / ("blocked-events.unreadable-" + std::to_string(number) + ".json");
+    const std::string garbage = "garbage" + std::to_string(number);
+    desktop.putFile(file, garbage);
+    desktop.clearLog();
+    log.append(first);
+    EXPECT_EQ(log.loadEvents(), std::vector{first});
+    EXPECT_EQ(contents(aside), garbage);
+    EXPECT_EQ(failures().back(), "Set the blocked events that cannot be decoded aside as " + aside.string());
+  }
+  EXPECT_EQ(contents(folder / "blocked-events.unreadable-1.json"), "garbage1");
 }
 
-TEST_F(EventLogManagerTest, AnUnreadableLogThatCannotBeSetAsideIsKept) {
+TEST_F(EventLogManagerTest, ALogThatCannotBeReadOrSetAsideIsKept) {
   desktop.putFile(file, "garbage");
   desktop.failMoves("Permission denied");
   log.append(first);
   EXPECT_EQ(contents(file), "garbage");
-  ASSERT_EQ(failures().size(), 2U);
   EXPECT_EQ(failures().back(), "Failed to write blocked events: Permission denied");
-  EXPECT_EQ(desktop.timesLogged("Logged blocked event: First → Editor"), 1U);
+  desktop.failMoves(std::nullopt);
+
+  desktop.makeUnreadable(file);
+  desktop.clearLog();
+  log.append(second);
+  EXPECT_EQ(desktop.fileNames(), std::vector{file}) << "it may be whole";
+  EXPECT_EQ(failures(), std::vector<std::string>{"Failed to write blocked events: The file cannot be read."});
+  EXPECT_EQ(desktop.timesLogged("Logged blocked event: Second → Editor"), 1U);
 }
 
 TEST_F(EventLogManagerTest, AFailedWriteLosesThatEventOnly) {

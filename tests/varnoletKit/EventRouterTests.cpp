@@ -13,75 +13,62 @@ class EventRouterTest : public ::testing::Test {
     desktop_.settle();
     desktop_.clearLog();
   }
-
-  // The router's first key always counts as a change; this gets over it.
-  void typeIntoTheEditorForTheFirstTime() {
-    desktop_.type("-");
-    buffer_->flush();
-    desktop_.settle();
+  // Nothing held, nobody expected, the keys in the editor; then the dialog comes to the front.
+  void moveFromTheEditorToTheDialog() {
+    buffer_->cancelCapture();
+    expected_->end();
+    router_->setLastKnownFrontmostPID(editor_.processIdentifier());
+    desktop_.setFrontmost(dialog_);
     desktop_.clearLog();
   }
-  std::string pidChange(const NSRunningApplication& to, std::int32_t from) const {
-    return "⚡️ EventRouter detected PID change: " + std::to_string(from) + " → " +
-           std::to_string(to.processIdentifier());
-  }
 
-  SimulatedDesktop desktop_;
-  const NSRunningApplication editor_ = desktop_.launch({.localizedName = "Editor"});
-  const NSRunningApplication dialog_ = desktop_.launch({.localizedName = "Dialog"});
+  InterruptedDesktop desktop_;
+  const NSRunningApplication editor_ = desktop_.launch({.pid = 7, .localizedName = "Editor"});
+  const NSRunningApplication dialog_ = desktop_.launch({.pid = 8, .localizedName = "Dialog"});
   std::shared_ptr<GestureDetector> detector_ = std::make_shared<GestureDetector>(64);
   std::shared_ptr<KeystrokeBuffer> buffer_ =
       std::make_shared<KeystrokeBuffer>(500, std::weak_ptr<KeystrokeBufferDelegate>());
-  std::shared_ptr<EventRouter> router_ = std::make_shared<EventRouter>(detector_, buffer_);
+  std::shared_ptr<ExpectedReturn> expected_ = std::make_shared<ExpectedReturn>();
+  std::shared_ptr<EventRouter> router_ = std::make_shared<EventRouter>(detector_, buffer_, expected_);
   EventTapManager eventTap_{router_};
 };
 
-TEST_F(EventRouterTest, TheFirstKeyIsAChangeAndItselfHeld) {
+TEST_F(EventRouterTest, TheFirstKeyIsAChangeAndItselfHeldAndThoseThatFollowAreNone) {
   desktop_.pressKey('a');
   EXPECT_THAT(logOf(desktop_, {LogCategory::focus, LogCategory::buffer}),
-              ElementsAre(infoLine(LogCategory::focus, pidChange(editor_, 0)),
+              ElementsAre(infoLine(LogCategory::focus, "⚡️ EventRouter detected PID change: 0 → 7"),
                           infoLine(LogCategory::buffer,
                                    "Keystroke buffer: speculative capture started (awaiting classification)"),
                           infoLine(LogCategory::focus, "⏸️  EventRouter started speculative capture on PID change"),
                           debugLine(LogCategory::buffer, "Buffered 10 event (count: 1)")));
   EXPECT_EQ(desktop_.textIn(editor_), "");
-}
-
-TEST_F(EventRouterTest, KeysInTheSameApplicationAreNoChange) {
-  typeIntoTheEditorForTheFirstTime();
-  desktop_.type("abc");
-  EXPECT_EQ(desktop_.textIn(editor_), "-abc");
+  buffer_->flush();
+  desktop_.settle();
+  desktop_.clearLog();
+  desktop_.type("bc");
+  EXPECT_EQ(desktop_.textIn(editor_), "abc");
   EXPECT_THAT(logOf(desktop_, {LogCategory::focus, LogCategory::buffer}), IsEmpty());
 }
 
-TEST_F(EventRouterTest, TheReleaseOfAKeyInAnotherApplicationIsAChangeToo) {
-  typeIntoTheEditorForTheFirstTime();
-  desktop_.pressKey('a');
-  desktop_.setFrontmost(dialog_);
-  desktop_.releaseKey('a');
-  EXPECT_EQ(desktop_.timesLogged(pidChange(dialog_, editor_.processIdentifier())), 1u);
-  EXPECT_EQ(buffer_->count(), 1);
-}
-
-TEST_F(EventRouterTest, ClicksAndModifiersAreRecordedButNeverHeldFor) {
-  typeIntoTheEditorForTheFirstTime();
-  desktop_.setFrontmost(dialog_);
-  desktop_.clickMouse();
-  desktop_.changeFlags(platform::kCGEventFlagMaskCommand);
-  EXPECT_EQ(buffer_->mode(), BufferMode::passThrough);
-  EXPECT_TRUE(detector_->hasRecentUserGesture(500));
-  EXPECT_EQ(desktop_.timesLogged("🎯 EventRouter received event type=1"), 1u);
-  EXPECT_EQ(desktop_.timesLogged("🎯 EventRouter received event type=12"), 1u);
-  desktop_.pressKey('a');
-  EXPECT_EQ(buffer_->mode(), BufferMode::speculative);
-}
-
-TEST_F(EventRouterTest, CommandKeysReachTheGestureDetectorAlsoWhenTheyAreHeld) {
-  desktop_.changeFlags(platform::kCGEventFlagMaskCommand);
-  EXPECT_FALSE(detector_->hasRecentUserGesture(500));
-  desktop_.pressKey('t');
-  EXPECT_EQ(buffer_->count(), 1);
-  EXPECT_TRUE(detector_->hasRecentUserGesture(500));
+TEST_F(EventRouterTest, EveryEventIsRecordedBeforeAnyIsHeldAndOnlyKeysAreHeldFor) {
+  struct Case {
+    platform::CGEventType type;
+    platform::CGEventFlags flags;
+    BufferMode mode;
+    bool isGesture;
+  };
+  for (const auto& c :
+       {Case{platform::kCGEventKeyUp, 0, BufferMode::speculative, false},
+        Case{platform::kCGEventFlagsChanged, 0, BufferMode::passThrough, false},
+        Case{platform::kCGEventKeyDown, platform::kCGEventFlagMaskCommand, BufferMode::speculative, true},
+        Case{platform::kCGEventLeftMouseDown, 0, BufferMode::passThrough, true}}) {
+    moveFromTheEditorToTheDialog();
+    desktop_.sendEvent(c.type, c.flags);
+    EXPECT_EQ(desktop_.timesLogged("🎯 EventRouter received event type=" + std::to_string(c.type)), 1u);
+    EXPECT_EQ(buffer_->mode(), c.mode) << c.type;
+    EXPECT_EQ(detector_->hasRecentUserGesture(500), c.isGesture) << c.type;
+    desktop_.advance(1s);
+  }
 }
 
 TEST_F(EventRouterTest, WithNobodyInFrontThereIsNothingToCompare) {
@@ -93,42 +80,44 @@ TEST_F(EventRouterTest, WithNobodyInFrontThereIsNothingToCompare) {
   EXPECT_EQ(buffer_->count(), 2);
 }
 
-TEST_F(EventRouterTest, KeysPostedToWhoeverIsNotedAsFrontmostStartNoCapture) {
-  typeIntoTheEditorForTheFirstTime();
-  desktop_.setFrontmost(dialog_);
-  desktop_.type("ab");
-  desktop_.setFrontmost(editor_);
-  desktop_.clearLog();
-  router_->noteFrontmost(editor_.processIdentifier());
-  EXPECT_EQ(buffer_->replay(), 4);
-  desktop_.settle();
-  EXPECT_EQ(buffer_->mode(), BufferMode::passThrough);
-  desktop_.type("c");
-  EXPECT_EQ(desktop_.textIn(editor_), "-abc");
-  EXPECT_EQ(desktop_.timesLogged("⏸️  EventRouter started speculative capture on PID change"), 0u);
+TEST_F(EventRouterTest, AKeyElsewhereIsHeldForWhoeverIsExpectedBack) {
+  constexpr char started[] = "Keystroke buffer: speculative capture started (awaiting classification)";
+  constexpr char promoted[] = "Keystroke buffer: promoted from speculative to capturing";
+  constexpr std::int32_t nobody = 0, editor = 7, dialog = 8;
+  using enum BufferMode;
+  struct Case {
+    const char* story;
+    std::int32_t expected;
+    BufferMode mode;
+    platform::CGEventType eventBefore = platform::kCGEventFlagsChanged;
+    const char* moment = "";  // at which another one is expected
+    std::int32_t expectedThen = nobody;
+  };
+  ExpectedReturn::Expectation expectation;
+  for (const auto& c : {
+           Case{"nobody", nobody, speculative},
+           Case{"the editor", editor, capturing},
+           Case{"the dialog itself", dialog, passThrough},
+           Case{"the user has clicked", editor, speculative, platform::kCGEventRightMouseDown},
+           Case{"judged while the capture starts", nobody, capturing, platform::kCGEventKeyUp, started, editor},
+           Case{"given up while it is promoted", editor, speculative, platform::kCGEventKeyUp, promoted, nobody},
+       }) {
+    const auto expect = [&](std::int32_t pid) { expectation = pid == nobody ? nullptr : expected_->expect(pid); };
+    moveFromTheEditorToTheDialog();
+    desktop_.moment = c.moment;
+    desktop_.interruption = [&] { expect(c.expectedThen); };
+    expect(c.expected);
+    desktop_.sendEvent(c.eventBefore);
+    desktop_.sendEvent(platform::kCGEventKeyDown);
+    EXPECT_EQ(buffer_->mode(), c.mode) << c.story;
+  }
 }
 
-TEST_F(EventRouterTest, KeysPostedWhileAThiefIsBackInFrontAreHeldOnceMore) {
-  typeIntoTheEditorForTheFirstTime();
-  desktop_.setFrontmost(dialog_);
-  desktop_.type("ab");
-  router_->noteFrontmost(editor_.processIdentifier());
-  EXPECT_EQ(buffer_->replay(), 4);
-  desktop_.settle();
-  EXPECT_EQ(desktop_.textIn(dialog_), "");
-  EXPECT_EQ(buffer_->mode(), BufferMode::speculative);
-  EXPECT_EQ(buffer_->count(), 4);
-}
-
-TEST_F(EventRouterTest, WhoeverIsNotedAsFrontmostMakesTheNextKeyElsewhereAChange) {
-  typeIntoTheEditorForTheFirstTime();
-  desktop_.setFrontmost(dialog_);
-  desktop_.type("a");
-  router_->noteFrontmost(editor_.processIdentifier());
-  buffer_->cancelCapture();
-  desktop_.type("b");
-  EXPECT_EQ(desktop_.textIn(dialog_), "");
-  EXPECT_EQ(buffer_->mode(), BufferMode::speculative);
+TEST_F(EventRouterTest, WhatIsHeldForAJudgedTheftStaysSo) {
+  moveFromTheEditorToTheDialog();
+  buffer_->startCapturing();
+  desktop_.pressKey('a');
+  EXPECT_EQ(buffer_->mode(), BufferMode::capturing);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <functional>
-#include <tuple>
+#include <map>
+#include <sstream>
 
 #include "GuardDoubles.h"
 #include "varnoletKit/FocusGuardEngine.h"
@@ -14,75 +15,109 @@ struct ForwardingLog final : EventLogging {
 };
 
 // A user who types into an editor, applications that steal the focus, and the engine between them.
-class FocusGuardEngineTest : public ::testing::Test {
- protected:
-  FocusGuardEngineTest() { desktop_.setFrontmost(editor_); }
+struct Scene {
+  Scene() { desktop.setFrontmost(editor); }
 
   void makeEngine(std::int64_t bufferTimeoutMs) {
     const auto teller = [this](const char* who) {
-      return [this, who](const BlockedEvent& event) {
-        EXPECT_FALSE(state_->isIntercepting());
-        told_.push_back({who, event});
-      };
+      return [this, who](const BlockedEvent& event) { told.push_back({who, event, state->isIntercepting()}); };
     };
-    engine_ = FocusGuardEngine::create(500, bufferTimeoutMs, whitelist_,
-                                       std::make_shared<ForwardingLog>(teller("logged")), state_);
-    engine_->onBlockOccurred = teller("reported");
+    engine = FocusGuardEngine::create(500, bufferTimeoutMs, whitelist,
+                                      std::make_shared<ForwardingLog>(teller("logged")), state);
+    engine->onBlockOccurred = teller("reported");
   }
   // A running engine, and a user who has typed "-" long enough ago that nothing is left of it.
   void startGuarding(std::int64_t bufferTimeoutMs = 500) {
     makeEngine(bufferTimeoutMs);
-    ASSERT_TRUE(engine_->start());
-    desktop_.settle();
-    desktop_.type("-");
-    desktop_.advance(1s);
-    ASSERT_EQ(textIn(editor_), "-");
-    desktop_.clearLog();
+    ASSERT_TRUE(engine->start());
+    play("0 type:- 1000");
+    ASSERT_EQ(textIn(editor), "-");
+    desktop.clearLog();
   }
-  // The focus moves, the user types on, and only then the desktop tells of it.
-  void stealDuring(const NSRunningApplication& thief, std::string_view keys) {
-    desktop_.setFrontmost(thief);
-    desktop_.type(keys);
-    desktop_.activate(thief);
-    desktop_.settle();
+  // "thief:ab": the focus moves to the thief, the user types "ab", and only then the desktop tells of it.
+  // "front:thief": the desktop tells nobody. "open", "closed": whether the engine intercepts now. A number: wait, in
+  // milliseconds. "quit" is the editor's.
+  void play(const std::string& story) {
+    std::istringstream words(story);
+    for (std::string word; words >> word;) {
+      const std::string verb = word.substr(0, word.find(':'));
+      const std::string rest = word.substr(std::min(verb.size() + 1, word.size()));
+      if (std::isdigit(verb.front())) {
+        desktop.advance(std::chrono::milliseconds(std::stoi(verb)));
+      } else if (verb == "open" || verb == "closed") {
+        EXPECT_EQ(state->isIntercepting(), verb == "open") << story;
+      } else if (verb == "type") {
+        desktop.type(rest);
+      } else if (verb == "front") {
+        desktop.setFrontmost(applications.at(rest));
+      } else if (const auto act = acts.find(verb); act != acts.end()) {
+        act->second();
+      } else {
+        desktop.setFrontmost(applications.at(verb));
+        desktop.type(rest);
+        desktop.activate(*applications.at(verb));
+      }
+      desktop.settle();
+    }
   }
-  std::string textIn(const NSRunningApplication& app) const { return desktop_.textIn(app); }
+  std::string textIn(const NSRunningApplication& app) const { return desktop.textIn(app); }
+  // How many keys were replayed with each block so far.
+  std::string replayed() const {
+    std::string counts;
+    for (const auto& [who, event, wasIntercepting] : told) {
+      if (who == "reported") counts += " " + std::to_string(event.keystrokesBuffered);
+    }
+    return counts;
+  }
 
   struct Told {
     std::string who;
     BlockedEvent event;
+    bool wasIntercepting;
   };
 
-  SimulatedDesktop desktop_;
-  const NSRunningApplication editor_ =
-      desktop_.launch({.bundleIdentifier = "org.example.editor", .localizedName = "Editor"});
-  const NSRunningApplication thief_ =
-      desktop_.launch({.bundleIdentifier = "org.example.thief", .localizedName = "Thief"});
-  const NSRunningApplication accomplice_ = desktop_.launch({.localizedName = "Accomplice"});
-  std::shared_ptr<StubWhitelist> whitelist_ = std::make_shared<StubWhitelist>();
-  std::shared_ptr<FocusGuardState> state_ = std::make_shared<FocusGuardState>();
+  InterruptedDesktop desktop;
+  const NSRunningApplication editor =
+      desktop.launch({.bundleIdentifier = "org.example.editor", .localizedName = "Editor"});
+  const NSRunningApplication thief =
+      desktop.launch({.bundleIdentifier = "org.example.thief", .localizedName = "Thief"});
+  const NSRunningApplication other =
+      desktop.launch({.bundleIdentifier = "org.example.other", .localizedName = "Other"});
+  const std::map<std::string, std::optional<NSRunningApplication>> applications{
+      {"editor", editor},
+      {"thief", thief},
+      {"other", other},
+      {"nobody", std::nullopt},
+      {"nameless", desktop.launch({.bundleIdentifier = "org.example.nameless"})},
+      {"anonymous", desktop.launch({})}};
+  const std::map<std::string, std::function<void()>> acts{{"click", [this] { desktop.clickMouse(); }},
+                                                          {"quit", [this] { desktop.quit(editor); }},
+                                                          {"pause", [this] { state->setIsEnabled(false); }},
+                                                          {"stop", [this] { engine->stop(); }},
+                                                          {"start", [this] { engine->start(); }},
+                                                          {"timeout", [this] { engine->keystrokeBufferDidTimeout(); }}};
+  std::shared_ptr<StubWhitelist> whitelist = std::make_shared<StubWhitelist>();
+  std::shared_ptr<FocusGuardState> state = std::make_shared<FocusGuardState>();
   // What the event log and the application were told of blocks, in this order.
-  std::vector<Told> told_;
-  std::shared_ptr<FocusGuardEngine> engine_;
+  std::vector<Told> told;
+  std::shared_ptr<FocusGuardEngine> engine;
 };
+
+class FocusGuardEngineTest : public ::testing::Test, protected Scene {};
 
 TEST_F(FocusGuardEngineTest, ASentenceArrivesWholeAndTheTheftIsReported) {
   startGuarding();
-  desktop_.type("he");
-  stealDuring(thief_, "l");
-  EXPECT_TRUE(state_->isIntercepting());
-  EXPECT_EQ(state_->blockedToday(), 1);
-  EXPECT_EQ(state_->lastBlockedApp(), "Thief");
-  EXPECT_EQ(state_->lastBlockedTime(), platform::dateNow());
-  desktop_.advance(99ms);
-  desktop_.type("lo");
-  EXPECT_EQ(textIn(editor_), "-he");
-  EXPECT_TRUE(told_.empty());
-  desktop_.advance(1ms);
+  play("type:he thief:l open");
+  EXPECT_EQ(state->blockedToday(), 1);
+  EXPECT_EQ(state->lastBlockedApp(), "Thief");
+  EXPECT_EQ(state->lastBlockedTime(), platform::dateNow());
+  play("99 type:lo");
+  EXPECT_EQ(textIn(editor), "-he");
+  EXPECT_TRUE(told.empty());
+  play("1 closed");
 
-  EXPECT_EQ(textIn(editor_), "-hello");
-  EXPECT_EQ(textIn(thief_), "");
-  EXPECT_FALSE(state_->isIntercepting());
+  EXPECT_EQ(textIn(editor), "-hello");
+  EXPECT_EQ(textIn(thief), "");
   const BlockedEvent expected{
       .id = "00000000-0000-4000-8000-000000000001",
       .timestamp = platform::dateNow(),
@@ -93,24 +128,23 @@ TEST_F(FocusGuardEngineTest, ASentenceArrivesWholeAndTheTheftIsReported) {
       .keystrokesBuffered = 6,
       .reactivationLatencyMs = 100,
   };
-  ASSERT_EQ(told_.size(), 2u);
-  EXPECT_EQ(told_[0].who, "logged");
-  EXPECT_EQ(told_[0].event, expected);
-  EXPECT_EQ(told_[1].who, "reported");
-  EXPECT_EQ(told_[1].event, expected);
+  ASSERT_EQ(told.size(), 2u);
+  EXPECT_EQ(told[0].who, "logged");
+  for (const auto& [who, event, wasIntercepting] : told) {
+    EXPECT_EQ(event, expected);
+    EXPECT_FALSE(wasIntercepting);
+  }
 
-  desktop_.type("!");
-  desktop_.advance(2s);
-  EXPECT_EQ(textIn(editor_), "-hello!");
-  EXPECT_EQ(state_->blockedToday(), 1) << "the editor coming back is no theft";
-  EXPECT_EQ(desktop_.activationRequests(editor_), 1u);
+  play("type:! 2000");
+  EXPECT_EQ(textIn(editor), "-hello!");
+  EXPECT_EQ(state->blockedToday(), 1) << "the editor coming back is no theft";
+  EXPECT_EQ(desktop.activationRequests(editor), 1u);
 }
 
 TEST_F(FocusGuardEngineTest, TheLogTellsTheRoadOfATheftInItsOrder) {
   startGuarding();
-  stealDuring(thief_, "");
-  desktop_.advance(100ms);
-  auto log = logOf(desktop_, {LogCategory::focus});
+  play("thief: 100");
+  auto log = logOf(desktop, {LogCategory::focus});
   std::erase_if(log, [](const LogLine& line) { return line.message.starts_with("AXObserver"); });
   const auto info = [](std::string message) { return infoLine(LogCategory::focus, std::move(message)); };
   EXPECT_THAT(
@@ -124,251 +158,106 @@ TEST_F(FocusGuardEngineTest, TheLogTellsTheRoadOfATheftInItsOrder) {
                        info("Re-activation call took 0ms for Editor"),
                        info("🔔 Focus change notification: Editor (org.example.editor)"),
                        info("🔍 Classification: PROGRAMMATIC for Editor"),
+                       info("↩️ Brought back, leaving held keys to the replay: Editor"),
                        info("Re-activation confirmed after 1 poll(s), total latency: 100ms")));
-  ASSERT_EQ(told_.size(), 2u);
-  EXPECT_EQ(told_[0].event.keystrokesBuffered, 0);
 }
 
-TEST_F(FocusGuardEngineTest, WhatTheUserActivatesGetsTheKeysAndIsGuardedFromThenOn) {
+TEST_F(FocusGuardEngineTest, WhatIsAcceptedGetsTheKeysAndIsGuardedFromThenOn) {
   startGuarding();
-  desktop_.clickMouse();
-  stealDuring(thief_, "hi");
-  EXPECT_EQ(textIn(thief_), "hi");
-  EXPECT_EQ(state_->blessedApp(), thief_);
-  desktop_.advance(1s);
-  stealDuring(editor_, "x");
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(thief_), "hix");
-  EXPECT_EQ(state_->lastBlockedApp(), "Editor");
+  whitelist->entries = {"org.example.other"};
+  play("other:hi");
+  EXPECT_EQ(textIn(other), "hi");
+  EXPECT_EQ(state->blessedApp(), other);
+  play("click thief:ho");
+  EXPECT_EQ(textIn(thief), "ho");
+  EXPECT_EQ(state->blessedApp(), thief);
+  play("1000 editor:x 1000");
+  EXPECT_EQ(textIn(thief), "hox");
+  EXPECT_EQ(state->lastBlockedApp(), "Editor");
 }
 
-TEST_F(FocusGuardEngineTest, WhatIsWhitelistedGetsTheKeysToo) {
-  startGuarding();
-  whitelist_->entries = {"org.example.thief"};
-  stealDuring(thief_, "hi");
-  EXPECT_EQ(textIn(thief_), "hi");
-  EXPECT_EQ(state_->blessedApp(), thief_);
-  EXPECT_EQ(state_->blockedToday(), 0);
-}
-
-TEST_F(FocusGuardEngineTest, TwoThievesAtOnceAreUndoneEachOnItsOwn) {
-  startGuarding();
-  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::obeysAfter(80ms));
-  stealDuring(thief_, "a");
-  desktop_.advance(50ms);
-  stealDuring(accomplice_, "b");
-  EXPECT_EQ(state_->blockedToday(), 2);
-  EXPECT_EQ(state_->lastBlockedApp(), "Accomplice");
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(editor_), "-ab");
-  EXPECT_EQ(textIn(thief_) + textIn(accomplice_), "");
-  EXPECT_FALSE(state_->isIntercepting());
-  EXPECT_EQ(desktop_.activationRequests(editor_), 2u);
-  ASSERT_EQ(told_.size(), 4u);
-  EXPECT_EQ(told_[0].event.thiefName, "Thief");
-  EXPECT_EQ(told_[0].event.keystrokesBuffered, 4);
-  EXPECT_EQ(told_[2].event.thiefName, "Accomplice");
-  EXPECT_EQ(told_[2].event.thiefBundleID, "unknown");
-  EXPECT_EQ(told_[2].event.keystrokesBuffered, 0);
+// The user turns to the other application, which is whitelisted, wherever a story says so.
+TEST(FocusGuardEngineIntercept, EndsWithItsKeysWhereTheyBelongAndTheRightBlessedApp) {
+  const auto atOnce = ActivationBehaviour::obeysAtOnce();
+  const auto late = ActivationBehaviour::obeysAfter(250ms);
+  const auto never = ActivationBehaviour::ignores();
+  struct Case {
+    const char* title;
+    std::int64_t bufferTimeoutMs;
+    ActivationBehaviour editor;
+    const char* story;
+    const char* texts;  // in the editor, the thief and the other one
+    const char* blessed;
+    const char* replayed;  // with each block
+  };
+  for (const auto& c : {
+           Case{"back, but not seen yet", 500, atOnce, "thief:a type:b", "-ab,,", "editor", " 4"},
+           Case{"slow, and keys only after the judgement", 500, late, "thief: 50 type:a", "-a,,", "editor", " 2"},
+           Case{"seen after the timeout", 50, atOnce, "thief:a", "-,,", "editor", " 0"},
+           Case{"never back", 800, never, "thief:a 799 open 1 closed type:b", "-,b,", "thief", ""},
+           Case{"never back, no key in time", 200, never, "thief: 250 closed type:b front:other type:c", "-,b,c",
+                "other", ""},
+           Case{"back by itself", 800, never, "thief:a 600 editor: type:b", "-ab,,", "editor", ""},
+           Case{"nobody in front", 500, never, "thief:a front:nobody 500 thief: closed", "-,,", "thief", ""},
+           Case{"quits", 500, never, "thief:a quit 100 closed type:b", "-,b,", "thief", ""},
+           Case{"quits before the theft", 500, never, "quit thief: closed type:b", "-,b,", "thief", ""},
+           Case{"a click", 500, never, "thief:a click closed type:b", "-,b,", "thief", ""},
+           Case{"a click before any key", 500, never, "thief: click type:b 200 click", "-,b,", "thief", ""},
+           Case{"a pause", 500, atOnce, "thief:a pause 100 thief:b", "-a,b,", "thief", " 2"},
+           Case{"a stop", 500, atOnce, "thief:a stop", "-,,", "editor", " 0"},
+           Case{"a stop and a start", 500, never, "thief: stop closed start front:other type:c", "-,,c", "other", ""},
+           Case{"a click, then late back", 500, late, "thief: click 300 closed 150 front:other type:c", "-,,c", "other",
+                " 0"},
+           Case{"stolen again while it comes", 500, late, "thief:a 60 thief:b 210 front:thief type:c", "-abc,,",
+                "editor", " 4 2"},
+           Case{"elsewhere, stolen from there, then late back", 500, late, "thief: 50 other: 60 thief: 190 open type:x",
+                "-,,x", "other", " 0 2 0"},
+           Case{"elsewhere, stolen from there, then quits", 500, never, "thief: 50 other: 60 thief:x 100 quit 90 open",
+                "-,,x", "other", " 2"},
+           Case{"elsewhere, then back as a thief", 500, never,
+                "thief: 50 other: 60 front:editor type:c 90 editor:", "-,,c", "other", " 0 2"},
+           Case{"nobody tells", 500, atOnce, "front:thief type:a", "-,a,", "thief", ""},
+           Case{"a late timeout before the judgement", 500, atOnce, "front:thief type:a timeout thief:", "-a,,",
+                "editor", " 2"},
+           Case{"a late timeout while it comes", 500, late, "thief:a timeout open", "-a,,", "editor", " 2"},
+           Case{"a late timeout after all", 800, never, "thief: 550 front:other type:b open timeout closed", "-,,b",
+                "other", ""},
+       }) {
+    SCOPED_TRACE(c.title);
+    Scene scene;
+    scene.startGuarding(c.bufferTimeoutMs);
+    scene.whitelist->entries = {"org.example.other"};
+    scene.desktop.whenAskedToActivate(scene.editor, c.editor);
+    scene.desktop.whenAskedToActivate(scene.other, late);
+    scene.play(c.story);
+    scene.play("2000 closed");
+    EXPECT_EQ(scene.textIn(scene.editor) + "," + scene.textIn(scene.thief) + "," + scene.textIn(scene.other), c.texts);
+    EXPECT_EQ(scene.state->blessedApp(), scene.applications.at(c.blessed));
+    EXPECT_EQ(scene.replayed(), c.replayed);
+  }
 }
 
 TEST_F(FocusGuardEngineTest, TheSameThiefAgainBeforeTheReplayIsThroughGetsNoKeyEither) {
   startGuarding();
-  engine_->onBlockOccurred = [this](const BlockedEvent&) {
-    if (state_->blockedToday() == 1) desktop_.setFrontmost(thief_);
+  desktop.moment = "Replayed 2 keystroke events";
+  desktop.interruption = [this] {
+    desktop.moment.clear();
+    desktop.setFrontmost(thief);
+    desktop.type("b");
+    EXPECT_EQ(engine->keystrokeBuffer().mode(), BufferMode::speculative) << "this theft is yet to be judged";
   };
-  stealDuring(thief_, "a");
-  desktop_.advance(100ms);
-  desktop_.type("b");
-  desktop_.activate(thief_);
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(thief_), "");
-  EXPECT_EQ(textIn(editor_), "-ab");
-  EXPECT_EQ(state_->blockedToday(), 2);
-}
-
-TEST_F(FocusGuardEngineTest, ASlowReturnKeepsTheKeysThatComeOnlyAfterTheTheftWasJudged) {
-  startGuarding();
-  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::obeysAfter(350ms));
-  stealDuring(thief_, "");
-  desktop_.advance(50ms);
-  desktop_.type("a");
-  desktop_.advance(250ms);
-  EXPECT_EQ(textIn(thief_), "") << "nobody but the judgement may release the keys of a judged theft";
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(editor_), "-a");
-  EXPECT_FALSE(state_->isIntercepting());
-}
-
-TEST_F(FocusGuardEngineTest, OnceAnotherIsAcceptedItsKeysAreNotHeldForTheOneThatWasToComeBack) {
-  for (const bool byClick : {false, true}) {
-    makeEngine(200);
-    ASSERT_TRUE(engine_->start());
-    desktop_.activate(editor_);
-    desktop_.advance(2s);
-    desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
-    stealDuring(thief_, "");
-    byClick ? desktop_.clickMouse() : desktop_.advance(250ms);
-    desktop_.type("a");
-    desktop_.advance(2s);
-    EXPECT_EQ(textIn(thief_), byClick ? "aa" : "a");
-    engine_->stop();
-  }
-}
-
-TEST_F(FocusGuardEngineTest, KeysOfTheReturnedAppWaitForTheReplayHoweverLateItIs) {
-  startGuarding();
-  stealDuring(thief_, "a");
-  desktop_.type("b");  // the editor is back, and not yet seen to be
-  EXPECT_EQ(engine_->keystrokeBuffer().mode(), BufferMode::capturing);
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(editor_), "-ab");
-}
-
-TEST_F(FocusGuardEngineTest, ATimeoutThatIsToldLateAcceptsNobodyWhoIsStillToBeJudged) {
-  startGuarding();
-  desktop_.setFrontmost(thief_);
-  desktop_.type("a");
-  engine_->keystrokeBufferDidTimeout();  // of a hold before this one
-  EXPECT_EQ(state_->blessedApp(), editor_);
-  desktop_.activate(thief_);
-  desktop_.advance(1s);
-  EXPECT_EQ(state_->blockedToday(), 1);
-  EXPECT_EQ(textIn(editor_), "-a");
-}
-
-TEST_F(FocusGuardEngineTest, ABlessedAppThatQuitsLeavesTheGuardToWhoeverIsInFront) {
-  startGuarding();
-  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
-  stealDuring(thief_, "a");
-  desktop_.quit(editor_);
-  desktop_.advance(100ms);
-  EXPECT_FALSE(state_->isIntercepting());
-  EXPECT_EQ(state_->blessedApp(), thief_);
-  EXPECT_EQ(state_->blockedToday(), 1);
-  desktop_.type("b");
-  desktop_.advance(1s);
-  EXPECT_TRUE(told_.empty());
-  EXPECT_EQ(textIn(thief_), "b") << "what was typed before was not for the thief";
-
-  // Outside of an intercept it stays the blessed app until the next theft finds it gone.
-  desktop_.quit(thief_);
-  stealDuring(accomplice_, "");
-  EXPECT_EQ(state_->blockedToday(), 2);
-  EXPECT_EQ(state_->blessedApp(), accomplice_);
-  EXPECT_TRUE(told_.empty());
-}
-
-TEST_F(FocusGuardEngineTest, AnUnconfirmedInterceptStaysOpenUntilTheBuffersTimeout) {
-  startGuarding(800);
-  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
-  stealDuring(thief_, "a");
-  desktop_.advance(799ms);
-  EXPECT_EQ(desktop_.timesLogged("Re-activation not confirmed after 5 attempts (500ms)"), 1u);
-  EXPECT_TRUE(state_->isIntercepting());
-  EXPECT_EQ(engine_->keystrokeBuffer().count(), 2);
-  desktop_.advance(1ms);
-  EXPECT_FALSE(state_->isIntercepting());
-  EXPECT_EQ(state_->blessedApp(), thief_);
-  EXPECT_EQ(desktop_.timesLogged("Intercept timed out — blessed app updated to current frontmost"), 1u);
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(thief_) + textIn(editor_), "-");
-  EXPECT_TRUE(told_.empty());
-}
-
-TEST_F(FocusGuardEngineTest, ABlessedAppThatComesBackLateGetsItsKeysAllTheSame) {
-  startGuarding(800);
-  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
-  stealDuring(thief_, "a");
-  desktop_.advance(600ms);
-  desktop_.activate(editor_);
-  desktop_.settle();
-  EXPECT_EQ(textIn(editor_), "-a");
-  desktop_.advance(1s);
-  EXPECT_FALSE(state_->isIntercepting());
-  EXPECT_EQ(state_->blessedApp(), editor_);
-}
-
-TEST_F(FocusGuardEngineTest, AConfirmationAfterTheTimeoutIsStillABlockWithNothingToReplay) {
-  startGuarding(50);
-  stealDuring(thief_, "a");
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(editor_), "-");
-  ASSERT_EQ(told_.size(), 2u);
-  EXPECT_EQ(told_[0].event.keystrokesBuffered, 0);
-  EXPECT_EQ(state_->blessedApp(), editor_);
-}
-
-TEST_F(FocusGuardEngineTest, AClickDuringAnInterceptAcceptsTheNewApplication) {
-  startGuarding();
-  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
-  stealDuring(thief_, "a");
-  desktop_.clickMouse();
-  desktop_.settle();
-  EXPECT_FALSE(state_->isIntercepting());
-  EXPECT_EQ(state_->blessedApp(), thief_);
-  EXPECT_EQ(desktop_.timesLogged("Intercept cancelled by mouse click — user accepted new app"), 1u);
-  desktop_.type("b");
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(thief_), "b");
-  EXPECT_TRUE(told_.empty());
-}
-
-TEST_F(FocusGuardEngineTest, ATimeoutWithNobodyInFrontLeavesNothingToProtect) {
-  startGuarding();
-  desktop_.whenAskedToActivate(editor_, ActivationBehaviour::ignores());
-  stealDuring(thief_, "a");
-  desktop_.setFrontmost(std::nullopt);
-  desktop_.advance(500ms);
-  EXPECT_EQ(state_->blessedApp(), std::nullopt);
-  stealDuring(accomplice_, "");
-  EXPECT_EQ(state_->blockedToday(), 1);
-  EXPECT_EQ(state_->blessedApp(), accomplice_);
-}
-
-TEST_F(FocusGuardEngineTest, WithNoTheftAnUnjudgedHoldIsReleasedAndItsApplicationAccepted) {
-  startGuarding();
-  desktop_.setFrontmost(accomplice_);  // a change that nobody announces
-  desktop_.type("a");
-  desktop_.advance(200ms);
-  EXPECT_EQ(textIn(accomplice_), "a");
-  EXPECT_EQ(state_->blessedApp(), accomplice_);
-}
-
-TEST_F(FocusGuardEngineTest, APauseInTheMiddleLetsTheInterceptFinishAndIgnoresWhatFollows) {
-  startGuarding();
-  stealDuring(thief_, "a");
-  state_->setIsEnabled(false);
-  desktop_.advance(100ms);
-  EXPECT_EQ(textIn(editor_), "-a");
-  EXPECT_EQ(told_.size(), 2u);
-  stealDuring(thief_, "b");
-  desktop_.advance(200ms);
-  EXPECT_EQ(textIn(thief_), "b");
-  EXPECT_EQ(state_->blockedToday(), 1);
-  EXPECT_FALSE(engine_->start()) << "still running, and still paused";
-}
-
-TEST_F(FocusGuardEngineTest, AStopInTheMiddleDropsTheKeysAndLetsTheReactivationComplete) {
-  startGuarding();
-  stealDuring(thief_, "a");
-  desktop_.clearLog();
-  engine_->stop();
-  EXPECT_FALSE(state_->isEnabled());
-  EXPECT_FALSE(state_->isIntercepting());
-  EXPECT_EQ(engine_->keystrokeBuffer().count(), 0);
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(editor_), "-");
-  ASSERT_EQ(told_.size(), 2u);
-  EXPECT_EQ(told_[0].event.keystrokesBuffered, 0);
+  play("thief:a 100 thief: 1000");
+  EXPECT_EQ(textIn(thief), "");
+  EXPECT_EQ(textIn(editor), "-ab");
+  EXPECT_EQ(state->blockedToday(), 2);
 }
 
 TEST_F(FocusGuardEngineTest, StoppingStopsEveryPartInItsOrderWhetherItRunsOrNot) {
   makeEngine(500);
-  desktop_.clearLog();
-  engine_->stop();
-  EXPECT_FALSE(state_->isEnabled());
-  EXPECT_THAT(desktop_.logLines(),
+  desktop.clearLog();
+  engine->stop();
+  EXPECT_FALSE(state->isEnabled());
+  EXPECT_THAT(desktop.logLines(),
               ElementsAre(infoLine(LogCategory::lifecycle, "EventTap torn down"),
                           debugLine(LogCategory::focus, "FocusChangeObserver stopped observing"),
                           debugLine(LogCategory::focus, "AXObserverManager stopped monitoring"),
@@ -378,73 +267,67 @@ TEST_F(FocusGuardEngineTest, StoppingStopsEveryPartInItsOrderWhetherItRunsOrNot)
 
 TEST_F(FocusGuardEngineTest, StartingTwiceOnlyTells) {
   startGuarding();
-  EXPECT_TRUE(engine_->start());
+  state->setIsEnabled(false);
+  EXPECT_FALSE(engine->start()) << "a pause lasts";
   EXPECT_THAT(
-      desktop_.logLines(),
+      desktop.logLines(),
       ElementsAre(debugLine(LogCategory::lifecycle, "FocusGuardEngine.start() called but already running — skipping")));
 }
 
 TEST_F(FocusGuardEngineTest, WithoutItsTapTheEngineRunsButProtectsNothingUntilItIsRestarted) {
   makeEngine(500);
-  desktop_.grantInputMonitoring(false);
-  EXPECT_FALSE(engine_->start());
-  EXPECT_FALSE(state_->isEnabled());
-  EXPECT_EQ(desktop_.timesLogged("FocusGuardEngine: EventTap creation failed — engine cannot protect"), 1u);
-  EXPECT_EQ(desktop_.timesLogged("FocusGuardEngine started (tap: false)"), 1u);
-  stealDuring(thief_, "");
-  EXPECT_EQ(desktop_.timesLogged("Focus guard is paused/disabled, ignoring activation"), 1u);
-  EXPECT_EQ(desktop_.timesLogged("AXObserverManager finished registering observers for 3 apps"), 1u);
+  desktop.grantInputMonitoring(false);
+  EXPECT_FALSE(engine->start());
+  EXPECT_FALSE(state->isEnabled());
+  EXPECT_EQ(desktop.timesLogged("FocusGuardEngine: EventTap creation failed — engine cannot protect"), 1u);
+  EXPECT_EQ(desktop.timesLogged("FocusGuardEngine started (tap: false)"), 1u);
+  play("thief:");
+  EXPECT_EQ(desktop.timesLogged("Focus guard is paused/disabled, ignoring activation"), 1u);
+  EXPECT_EQ(desktop.timesLogged("AXObserverManager finished registering observers for 5 apps"), 1u);
 
-  desktop_.grantInputMonitoring();
-  EXPECT_FALSE(engine_->start());
-  engine_->stop();
-  EXPECT_TRUE(engine_->start());
-  EXPECT_TRUE(state_->isEnabled());
+  desktop.grantInputMonitoring();
+  EXPECT_FALSE(engine->start());
+  engine->stop();
+  EXPECT_TRUE(engine->start());
+  EXPECT_TRUE(state->isEnabled());
 }
 
 TEST_F(FocusGuardEngineTest, AThiefWithoutANameIsShownByItsIdentifierAndLoggedAsUnknown) {
   startGuarding();
-  for (const auto& [identifier, shown, logged] :
-       std::initializer_list<std::tuple<std::optional<std::string>, std::optional<std::string>, std::string>>{
-           {"org.example.nameless", "org.example.nameless", "org.example.nameless"},
-           {std::nullopt, std::nullopt, "unknown"}}) {
-    told_.clear();
-    stealDuring(desktop_.launch({.bundleIdentifier = identifier}), "");
-    EXPECT_EQ(state_->lastBlockedApp(), shown);
-    desktop_.advance(1s);
-    ASSERT_EQ(told_.size(), 2u);
-    EXPECT_EQ(told_[0].event.thiefName, "unknown");
-    EXPECT_EQ(told_[0].event.thiefBundleID, logged);
-  }
-  EXPECT_EQ(state_->blockedToday(), 2);
+  play("nameless: 1000");
+  EXPECT_EQ(state->lastBlockedApp(), "org.example.nameless");
+  play("anonymous: 1000");
+  EXPECT_EQ(state->lastBlockedApp(), std::nullopt);
+  EXPECT_EQ(state->blockedToday(), 2);
+  ASSERT_EQ(told.size(), 4u);
+  EXPECT_EQ(told[0].event.thiefBundleID, "org.example.nameless");
+  EXPECT_EQ(told[0].event.thiefName, "unknown");
+  EXPECT_EQ(told[2].event.thiefBundleID, "unknown");
 }
 
 TEST_F(FocusGuardEngineTest, WithoutLoggerAndHandlerATheftIsUndoneAllTheSame) {
-  engine_ = FocusGuardEngine::create(500, 500, whitelist_, nullptr, state_);
-  ASSERT_TRUE(engine_->start());
-  desktop_.settle();
-  stealDuring(thief_, "a");
-  desktop_.advance(1s);
-  EXPECT_EQ(textIn(editor_), "a");
-  EXPECT_FALSE(state_->isIntercepting());
+  engine = FocusGuardEngine::create(500, 500, whitelist, nullptr, state);
+  ASSERT_TRUE(engine->start());
+  play("0 thief:a 1000 closed");
+  EXPECT_EQ(textIn(editor), "a");
 }
 
 TEST_F(FocusGuardEngineTest, AnEngineThatIsReleasedLeavesATheftAloneButFinishesWhatItHasBegun) {
   startGuarding();
-  engine_->handleProgrammaticTheft(thief_, editor_);
-  engine_.reset();
-  desktop_.advance(1s);
-  EXPECT_EQ(desktop_.activationRequests(editor_), 0u);
+  engine->handleProgrammaticTheft(thief, editor);
+  engine.reset();
+  play("1000");
+  EXPECT_EQ(desktop.activationRequests(editor), 0u);
 
   makeEngine(500);
-  const std::weak_ptr<FocusGuardEngine> released = engine_;
-  engine_->handleProgrammaticTheft(thief_, editor_);
-  desktop_.settle();
-  engine_.reset();
+  const std::weak_ptr<FocusGuardEngine> released = engine;
+  engine->handleProgrammaticTheft(thief, editor);
+  play("0");
+  engine.reset();
   EXPECT_FALSE(released.expired());
-  desktop_.advance(1s);
+  play("1000");
   EXPECT_TRUE(released.expired());
-  EXPECT_EQ(told_.size(), 2u);
+  EXPECT_EQ(told.size(), 2u);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
@@ -58,6 +59,20 @@ struct TapOnBuffer final : EventTapDelegate {
     return buffer->handleEvent(type, event);
   }
   const std::shared_ptr<KeystrokeBuffer> buffer;
+};
+
+// On which something happens when a certain message is logged, on the thread that logs it.
+class InterruptedDesktop final : public SimulatedDesktop, private platform::LogSink {
+ public:
+  platform::LogSink& log() override { return *this; }
+  std::string moment;
+  std::function<void()> interruption;
+
+ private:
+  void write(LogCategory category, LogLevel level, const std::string& message) override {
+    SimulatedDesktop::log().write(category, level, message);
+    if (message == moment) interruption();
+  }
 };
 
 inline LogLine debugLine(LogCategory category, std::string message) {

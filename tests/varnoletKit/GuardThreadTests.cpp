@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "ThreadedDesktop.h"
+#include "varnoletKit/ExpectedReturn.h"
 #include "varnoletKit/GestureDetector.h"
 #include "varnoletKit/KeystrokeBuffer.h"
 
@@ -268,6 +269,25 @@ TEST_F(GuardThreadTest, NothingIsPostedOrLoggedUnderTheLockAndAKeyThatComesMeanw
   EXPECT_EQ(buffer->replay(), 1);
   finish(*buffer);
   EXPECT_EQ(passed, 3);
+}
+
+TEST_F(GuardThreadTest, WhoeverLetsGoOfAReturnExpectsNobodyThoughTheTapAsks) {
+  ExpectedReturn expected;
+  std::atomic<bool> isTyping{true};
+  std::thread tap([&] {
+    for (int i = 0; isTyping; ++i) {
+      EXPECT_LE(expected.pid(), 2);
+      if (i % 100 == 0) expected.end();
+    }
+  });
+  for (int i = 0; i < 20'000; ++i) {
+    auto expectation = expected.expect(1 + i % 2);
+    expected.isCurrent(expectation);
+    expectation.reset();
+    EXPECT_EQ(expected.pid(), 0);
+  }
+  isTyping = false;
+  tap.join();
 }
 
 TEST_F(GuardThreadTest, AGestureIsSeenAsSoonAsItIsRecorded) {

@@ -82,9 +82,12 @@ TEST_F(KeystrokeBufferTest, ReleasingNothingIsHarmlessAndStillOpensTheGate) {
                           debug("Keystroke buffer: nothing to replay")));
 }
 
-TEST_F(KeystrokeBufferTest, ASpeculativeCaptureThatNobodyJudgesIsReleasedAfter200ms) {
+TEST_F(KeystrokeBufferTest, ASpeculativeCaptureThatNobodyJudgesIsReleased200msAfterItsLatestStart) {
   buffer_->startSpeculativeCapture();
-  desktop_.type("ab");
+  desktop_.type("a");
+  desktop_.advance(150ms);
+  buffer_->startSpeculativeCapture();
+  desktop_.type("b");
   desktop_.advance(199ms);
   EXPECT_EQ(desktop_.textIn(app_), "");
   desktop_.clearLog();
@@ -94,19 +97,6 @@ TEST_F(KeystrokeBufferTest, ASpeculativeCaptureThatNobodyJudgesIsReleasedAfter20
   EXPECT_THAT(bufferLog(), ElementsAre(info("Speculative capture safety timeout (200ms) — flushing to frontmost app"),
                                        info("Flushing 4 speculatively buffered keystroke(s) to frontmost app"),
                                        info("Flushed 4 keystroke events to frontmost app")));
-}
-
-TEST_F(KeystrokeBufferTest, AnotherSpeculativeStartKeepsTheKeysAndCountsAfresh) {
-  buffer_->startSpeculativeCapture();
-  desktop_.type("a");
-  desktop_.advance(150ms);
-  buffer_->startSpeculativeCapture();
-  desktop_.type("b");
-  desktop_.advance(199ms);
-  EXPECT_EQ(buffer_->count(), 4);
-  desktop_.advance(1ms);
-  EXPECT_EQ(desktop_.textIn(app_), "ab");
-  EXPECT_THAT(delegate_->calls, ElementsAre("timeout"));
 }
 
 TEST_F(KeystrokeBufferTest, PromotedKeysAreReplayedOnDemandAndNoTimeoutFollows) {
@@ -156,10 +146,24 @@ TEST_F(KeystrokeBufferTest, APromotionWithNothingHeldLeavesTheGateOpenButArmsThe
   EXPECT_THAT(delegate_->calls, ElementsAre("timeout"));
 }
 
-TEST_F(KeystrokeBufferTest, AFlushLeavesTheCaptureTimeoutRunning) {
+TEST_F(KeystrokeBufferTest, AFlushLeavesTheCaptureTimeoutRunningWhichSparesLaterHolds) {
   buffer_->startCapturing();
   buffer_->flush();
   desktop_.advance(500ms);
+  EXPECT_THAT(delegate_->calls, ElementsAre("timeout"));
+
+  for (const bool isHeldMeanwhile : {true, false}) {
+    isHeldMeanwhile ? buffer_->startCapturing() : buffer_->promoteToCapture();
+    buffer_->flush();
+    desktop_.advance(350ms);
+    buffer_->startSpeculativeCapture();
+    desktop_.type("a");
+    desktop_.advance(150ms);
+    EXPECT_EQ(buffer_->count(), 2) << "the timeout of an earlier hold took the keys of this one";
+    buffer_->flush();
+    desktop_.settle();
+  }
+  EXPECT_EQ(desktop_.textIn(app_), "aa");
   EXPECT_THAT(delegate_->calls, ElementsAre("timeout"));
 }
 
@@ -219,24 +223,21 @@ TEST_F(KeystrokeBufferTest, TheDelegateOfTheMomentIsToldAndAVanishedOneIsNot) {
   EXPECT_THAT(successor->calls, ElementsAre("timeout"));
 }
 
-TEST_F(KeystrokeBufferTest, ABufferThatIsGoneNeitherTimesOutNorTells) {
-  auto shortLived = std::make_shared<KeystrokeBuffer>(100, delegate_);
-  shortLived->startSpeculativeCapture();
-  shortLived->promoteToCapture();
-  shortLived.reset();
-  desktop_.clearLog();
-  desktop_.advance(1s);
-  EXPECT_THAT(delegate_->calls, IsEmpty());
-  EXPECT_THAT(bufferLog(), IsEmpty());
-}
-
-TEST_F(KeystrokeBufferTest, ATimeoutOfNothingActsAtOnceAndOnlyOnce) {
-  const auto impatient = std::make_shared<KeystrokeBuffer>(0, delegate_);
+TEST_F(KeystrokeBufferTest, ATimeoutOfNothingActsAtOnceAndOnceAndNeverForABufferThatIsGone) {
+  auto impatient = std::make_shared<KeystrokeBuffer>(0, delegate_);
   impatient->startCapturing();
   desktop_.advance(0ms);
   EXPECT_EQ(impatient->mode(), BufferMode::passThrough);
   desktop_.advance(1s);
   EXPECT_THAT(delegate_->calls, ElementsAre("timeout"));
+
+  impatient->startSpeculativeCapture();
+  impatient->promoteToCapture();
+  impatient.reset();
+  desktop_.clearLog();
+  desktop_.advance(1s);
+  EXPECT_THAT(delegate_->calls, ElementsAre("timeout"));
+  EXPECT_THAT(bufferLog(), IsEmpty());
 }
 
 }  // namespace

@@ -77,6 +77,12 @@ TEST_F(SettingsManagerTest, LoadOfAnUnreadableRecordLogsAndKeepsTheLiveSettings)
   EXPECT_EQ(settings->load(), UserSettings());
   EXPECT_FALSE(settings->settings().soundEnabled);
   ASSERT_EQ(desktop.logLines().size(), 1U);
+  settings->addToWhitelist("org.example.New");
+  EXPECT_EQ(stored(), settings->settings());
+  EXPECT_EQ(defaults->data("aside.userSettings"), "{") << "it may hold a whole whitelist";
+  store("}");
+  settings->addToWhitelist("org.example.Newer");
+  EXPECT_EQ(defaults->data(key), "}") << "it could not be set aside";
   EXPECT_EQ(desktop.logLines().front(),
             (platform::simulated::LogLine{platform::LogCategory::lifecycle, platform::LogLevel::error,
                                           "Failed to decode UserSettings: not JSON at "

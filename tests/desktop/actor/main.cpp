@@ -1,39 +1,25 @@
-// stage_actor <editor|thief|grabber> [--title=TEXT] [--class=TEXT] [--no-pid]: an application on the test's desktop.
-// What it reports and obeys is told in Role.h.
+// stage_actor <name> [--title=TEXT] [--class=TEXT] [--app-id=TEXT] [--no-pid] [--dock] [--menu] [--hidden]
+//             [--at=X,Y] [--late=MS] [--on=REACTION]... [--started]
+// An application on the test's desktop. What it reports, obeys and reacts to is told in Program.h. --late: its window
+// comes up so long after its start. --started: it takes no commands on standard input, one a line.
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <exception>
 #include <string>
 #include <string_view>
 
-#include "Keymap.h"
-#include "Role.h"
+#include "Program.h"
 
 namespace {
 
 using namespace stage;
 
-void handle(const xcb_generic_event_t& event, Keymap& keymap) {
-  if (keymap.follow(event)) return;
-  const auto type = event.response_type & 0x7f;
-  if (type == XCB_KEY_PRESS || type == XCB_KEY_RELEASE) {
-    const auto& key = reinterpret_cast<const xcb_key_press_event_t&>(event);
-    report((type == XCB_KEY_PRESS ? "press " : "release ") + std::to_string(key.detail) + ' ' +
-           std::to_string(key.state) + ' ' + std::to_string(keymap.keysym(key)));
-  } else if (type == XCB_FOCUS_IN || type == XCB_FOCUS_OUT) {
-    const auto& focus = reinterpret_cast<const xcb_focus_in_event_t&>(event);
-    // A keyboard grab shows as a change of focus too.
-    const bool byGrab = focus.mode == XCB_NOTIFY_MODE_GRAB || focus.mode == XCB_NOTIFY_MODE_UNGRAB;
-    const bool isPointers = focus.detail == XCB_NOTIFY_DETAIL_POINTER || focus.detail == XCB_NOTIFY_DETAIL_POINTER_ROOT;
-    if (!byGrab && !isPointers) report(type == XCB_FOCUS_IN ? "focus in" : "focus out");
-  }
-}
-
 // True while there may be more to read.
-bool obeyInput(Role& role, std::string& pending) {
+bool obeyInput(Program& program, std::string& pending) {
   std::array<char, 512> bytes{};
   const auto size = ::read(STDIN_FILENO, bytes.data(), bytes.size());
   if (size <= 0) return false;
@@ -42,48 +28,67 @@ bool obeyInput(Role& role, std::string& pending) {
     const std::string line = pending.substr(0, end);
     pending.erase(0, end + 1);
     const auto space = line.find(' ');
-    role.obey(line.substr(0, space), space == std::string::npos ? "" : line.substr(space + 1));
-    report("done");
+    program.obey(line.substr(0, space), space == std::string::npos ? "" : line.substr(space + 1));
+    program.report("done");
   }
   return true;
 }
 
-std::unique_ptr<Role> makeRole(std::string_view name, const XConnection& connection, const Looks& looks) {
-  if (name == "editor") return makeEditor(connection, looks);
-  if (name == "thief") return makeThief(connection, looks);
-  if (name == "grabber") return makeGrabber(connection, looks);
-  return nullptr;
+struct Wishes {
+  Looks looks;
+  Program::Manner manner;
+  bool isStarted = false;
+};
+
+Wishes wishesFrom(int count, char** arguments) {
+  Wishes wishes;
+  auto& [looks, manner, isStarted] = wishes;
+  manner.name = arguments[1];
+  looks.title = manner.name;
+  looks.windowClass = "stage-" + manner.name;
+  for (int i = 2; i < count; ++i) {
+    const std::string option = arguments[i];
+    const auto value = option.substr(std::min(option.find('='), option.size() - 1) + 1);
+    if (option.starts_with("--title=")) looks.title = value;
+    if (option.starts_with("--class=")) looks.windowClass = value;
+    if (option.starts_with("--app-id=")) looks.applicationId = value;
+    if (option == "--no-pid") looks.hasProcessId = false;
+    if (option == "--dock") looks.isDock = true;
+    if (option == "--menu") looks.isMenu = true;
+    if (option.starts_with("--at=")) looks.place = {std::stoi(value), std::stoi(value.substr(value.find(',') + 1))};
+    if (option == "--hidden") manner.isHidden = true;
+    if (option.starts_with("--late=")) manner.late = std::chrono::milliseconds(std::stoi(value));
+    if (option.starts_with("--on=")) manner.reactions.push_back(Program::reactionFrom(value));
+    if (option == "--started") isStarted = true;
+  }
+  return wishes;
 }
 
-int run(int count, char** arguments) {
-  const std::string_view name = count > 1 ? arguments[1] : "";
-  Looks looks{std::string(name), "stage-" + std::string(name)};
-  for (int i = 2; i < count; ++i) {
-    const std::string_view option = arguments[i];
-    if (option.starts_with("--title=")) looks.title = option.substr(8);
-    if (option.starts_with("--class=")) looks.windowClass = option.substr(8);
-    if (option == "--no-pid") looks.hasProcessId = false;
-  }
+int run(const Wishes& wishes) {
   const XConnection connection("");
-  Keymap keymap(connection);
-  const auto role = makeRole(name, connection, looks);
-  if (!role) return 2;
+  Program program(connection, wishes.looks, wishes.manner);
   std::string pending;
   for (;;) {
-    while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) handle(*event, keymap);
+    auto next = program.doWhatIsDue();
+    while (const Owned<xcb_generic_event_t> event{xcb_poll_for_event(connection)}) {
+      program.handle(*event);
+      next = std::chrono::milliseconds(0);  // it may have made something due
+    }
     if (xcb_connection_has_error(connection) != 0) return 0;
     xcb_flush(connection);
-    std::array<pollfd, 2> ready{{{STDIN_FILENO, POLLIN, 0}, {xcb_get_file_descriptor(connection), POLLIN, 0}}};
-    ::poll(ready.data(), ready.size(), -1);
-    if (ready[0].revents != 0 && !obeyInput(*role, pending)) return 0;
+    std::array<pollfd, 2> ready{
+        {{xcb_get_file_descriptor(connection), POLLIN, 0}, {wishes.isStarted ? -1 : STDIN_FILENO, POLLIN, 0}}};
+    ::poll(ready.data(), ready.size(), next ? static_cast<int>(next->count()) : -1);
+    if (ready[1].revents != 0 && !obeyInput(program, pending)) return 0;
   }
 }
 
 }  // namespace
 
 int main(int count, char** arguments) {
+  if (count < 2) return 2;
   try {
-    return run(count, arguments);
+    return run(wishesFrom(count, arguments));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "stage_actor: %s\n", error.what());
     return 1;

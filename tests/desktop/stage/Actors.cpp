@@ -1,38 +1,53 @@
 #include "tests/desktop/stage/Actors.h"
 
-#include <charconv>
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
+#include <utility>
 
 namespace stage {
 namespace {
 
-std::vector<std::string> commandFor(const std::string& role, const std::vector<std::string>& options) {
-  std::vector<std::string> command{VARNOLET_STAGE_ACTOR, role};
-  command.insert(command.end(), options.begin(), options.end());
-  return command;
-}
-
 ChildProcess::Options reporting(const VirtualDesktop& desktop, Lines::Listener listener) {
-  ChildProcess::Options options;
-  options.environment = desktop.environment();
+  ChildProcess::Options options{desktop.environment()};
+  options.environment["STAGE_ACTOR"] = VARNOLET_STAGE_ACTOR;
   options.readOutput = true;
   options.onOutput = std::move(listener);
   return options;
 }
 
+constexpr std::string_view windowReport = "window ";
+
 }  // namespace
 
-Actor::Actor(const VirtualDesktop& desktop, const std::string& role, const std::vector<std::string>& options)
-    : process_(commandFor(role, options), reporting(desktop, [this](const std::string& line) { take(line); })) {
-  constexpr std::string_view prefix = "window ";
-  const auto line = process_.output().waitFor(std::string(prefix));
-  if (!line) throw std::runtime_error("no " + role + " appears");
-  window_ = static_cast<xcb_window_t>(std::stoul(line->substr(prefix.size())));
+Actor::Actor(const VirtualDesktop& desktop, const std::string& name, const std::vector<std::string>& options,
+             const std::string& executable)
+    : name_(name) {
+  const std::string program = executable.empty() ? VARNOLET_STAGE_ACTOR : actorNamed(desktop, executable).string();
+  std::vector<std::string> command{program, name};
+  command.insert(command.end(), options.begin(), options.end());
+  process_.emplace(command, reporting(desktop, [this](const std::string& line) { take(line); }));
+  if (!eventually([this] { return window_ != XCB_WINDOW_NONE; })) throw std::runtime_error("no " + name + " appears");
 }
 
-void Actor::take(const std::string& line) {
+Actor::Actor(Actor& starter, const std::string& name) : name_(name) {
+  const std::lock_guard lock(starter.mutex_);
+  starter.started_.push_back(this);
+}
+
+void Actor::take(const std::string& report) {
+  const auto end = std::min(report.find(": "), report.size());
+  const auto line = report.substr(std::min(end + 2, report.size()));
+  if (report.substr(0, end) != name_) {
+    const std::lock_guard lock(mutex_);
+    for (auto* actor : started_) actor->take(report);
+    return;
+  }
   if (line == "done") ++commandsDone_;
+  if (line.starts_with(windowReport)) {
+    window_ = static_cast<xcb_window_t>(std::stoul(line.substr(windowReport.size())));
+  }
   if (line == "focus in") {
     isFocused_ = true;
     ++timesFocused_;
@@ -75,8 +90,15 @@ void Actor::forgetKeys() {
 
 void Actor::tell(const std::string& command) {
   const unsigned before = commandsDone_;
-  process_.tell(command);
+  process_->tell(command);
   if (!eventually([&] { return commandsDone_ > before; })) throw std::runtime_error("an actor does not obey");
+}
+
+std::filesystem::path actorNamed(const VirtualDesktop& desktop, const std::string& executable) {
+  auto file = desktop.home() / executable;
+  // By another process: one that this one starts just then would keep the file open for writing, and so from being run.
+  desktop.run({"cp", "--no-clobber", VARNOLET_STAGE_ACTOR, file});
+  return file;
 }
 
 std::string nameOf(Theft theft) {

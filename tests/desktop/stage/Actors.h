@@ -3,8 +3,10 @@
 
 #include <atomic>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,11 +27,17 @@ struct ReceivedKey {
 
 class Actor {
  public:
-  // Returns once its window is there. `options` are those of stage_actor.
-  Actor(const VirtualDesktop& desktop, const std::string& role, const std::vector<std::string>& options = {});
+  // Returns once its window is there. `options` are those of stage_actor, `executable` another name for that program.
+  Actor(const VirtualDesktop& desktop, const std::string& name, const std::vector<std::string>& options = {},
+        const std::string& executable = "");
+  // A program of that name which `starter` is going to start. `starter` has to end first.
+  Actor(Actor& starter, const std::string& name);
+  Actor(const Actor&) = delete;
+  Actor& operator=(const Actor&) = delete;
 
+  const std::string& name() const { return name_; }
+  // 0 as long as one that another starts has none.
   xcb_window_t window() const { return window_; }
-  pid_t pid() const { return process_.pid(); }
   // All keys so far, releases included.
   std::vector<ReceivedKey> keys() const;
   // The key codes of the presses among them.
@@ -42,11 +50,15 @@ class Actor {
   bool isFocused() const { return isFocused_; }
   // Returns when it was done, unless told not to wait.
   void tell(const std::string& command);
-  void tellAndGoOn(const std::string& command) { process_.tell(command); }
-  std::optional<std::string> waitForReport(const std::string& part) { return process_.output().waitFor(part); }
+  void tellAndGoOn(const std::string& command) { process_->tell(command); }
+  std::optional<std::string> waitForReport(const std::string& part) { return process_->output().waitFor(part); }
 
  private:
   void take(const std::string& line);
+
+  const std::string name_;
+  // Those that it starts; their lines come with its own.
+  std::vector<Actor*> started_;
 
   mutable std::mutex mutex_;
   std::vector<ReceivedKey> keys_;
@@ -55,9 +67,12 @@ class Actor {
   std::atomic<unsigned> timesFocused_ = 0;
   std::atomic<unsigned> commandsDone_ = 0;
   std::atomic<bool> isFocused_ = false;
-  xcb_window_t window_ = XCB_WINDOW_NONE;
-  ChildProcess process_;
+  std::atomic<xcb_window_t> window_ = XCB_WINDOW_NONE;
+  std::optional<ChildProcess> process_;
 };
+
+// The program of the actors under another name; its path.
+std::filesystem::path actorNamed(const VirtualDesktop& desktop, const std::string& executable);
 
 enum class Theft { byRequest, byApplicationRequest, byNewWindow, byInputFocus };
 std::string nameOf(Theft theft);

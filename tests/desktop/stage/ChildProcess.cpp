@@ -1,6 +1,7 @@
 #include "tests/desktop/stage/ChildProcess.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -62,6 +63,10 @@ ChildProcess::ChildProcess(const std::vector<std::string>& command, Options opti
   if (pid_ == 0) {
     ::setsid();
     ::signal(SIGPIPE, SIG_DFL);
+    if (options.isOrdinaryUser && ::geteuid() == 0 &&
+        (::setgroups(0, nullptr) != 0 || ::setgid(ordinaryUser) != 0 || ::setuid(ordinaryUser) != 0)) {
+      ::_exit(127);
+    }
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (::getppid() != parent) ::_exit(127);
     ::dup2(input.read, STDIN_FILENO);

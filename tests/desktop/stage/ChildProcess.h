@@ -16,6 +16,9 @@ namespace stage {
 
 using Environment = std::map<std::string, std::string>;
 
+// Who has no special rights, as a number.
+inline constexpr unsigned ordinaryUser = 65534;
+
 // How a process ended: by its own exit code, or by a signal.
 struct Ending {
   std::optional<int> exitCode;
@@ -36,6 +39,8 @@ class ChildProcess {
     Lines::Listener onOutput{};
     // What the child gets as its descriptor 3, if anything; stays open here.
     int descriptor3 = -1;
+    // Without the rights of the one who runs the test, where those are root's.
+    bool isOrdinaryUser = false;
   };
 
   // Throws std::runtime_error if the program cannot be started.

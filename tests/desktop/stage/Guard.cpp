@@ -1,6 +1,7 @@
 #include "tests/desktop/stage/Guard.h"
 
 #include <signal.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -8,19 +9,22 @@
 namespace stage {
 namespace {
 
-ChildProcess::Options talkative(const VirtualDesktop& desktop, const Environment& besides) {
+ChildProcess::Options talkative(const VirtualDesktop& desktop, const Environment& besides, bool isOrdinaryUser) {
   ChildProcess::Options options;
   options.environment = besides;
   options.environment.insert(desktop.environment().begin(), desktop.environment().end());
   options.environment["QT_LOGGING_RULES"] = "*.info=true;qt.*.info=false";
   options.readErrors = true;
+  options.isOrdinaryUser = isOrdinaryUser;
+  if (isOrdinaryUser && ::geteuid() == 0) desktop.giveFoldersTo(ordinaryUser);
   return options;
 }
 
 }  // namespace
 
-Guard::Guard(const VirtualDesktop& desktop, const std::filesystem::path& program, const Environment& besides)
-    : process_({program.string()}, talkative(desktop, besides)) {
+Guard::Guard(const VirtualDesktop& desktop, const std::filesystem::path& program, const Environment& besides,
+             bool isOrdinaryUser)
+    : process_({program.string()}, talkative(desktop, besides, isOrdinaryUser)) {
   if (!log().waitFor("FocusGuardEngine started")) {
     throw std::runtime_error("the program under test does not guard:\n" + log().text());
   }

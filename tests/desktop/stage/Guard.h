@@ -15,13 +15,15 @@ namespace stage {
 // another program to put in its place; that one says "FocusGuardEngine started" on standard error when it guards.
 class Guard {
  public:
-  // `besides`: variables of its environment that are not those of the desktop.
+  // `besides`: variables of its environment that are not those of the desktop, or are others. An ordinary user gets the
+  // desktop's folders.
   explicit Guard(const VirtualDesktop& desktop, const std::filesystem::path& program = programUnderTest(),
-                 const Environment& besides = {});
+                 const Environment& besides = {}, bool isOrdinaryUser = false);
 
   static std::filesystem::path programUnderTest();
 
   ChildProcess& process() { return process_; }
+  const ChildProcess& process() const { return process_; }
   Lines& log() const { return process_.errors(); }
   // Asks it to end, as a session does; how it did, absent if it has not.
   std::optional<Ending> stop();

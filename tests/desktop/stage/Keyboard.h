@@ -20,14 +20,21 @@ inline constexpr KeyCode keyB = 56;
 inline constexpr KeyCode keyLeftShift = 50;
 inline constexpr KeyCode keyRightShift = 62;
 inline constexpr KeyCode keyLeftControl = 37;
+inline constexpr KeyCode keyLeftAlt = 64;
 inline constexpr KeyCode keyRightAlt = 108;
 inline constexpr KeyCode keyLeftSuper = 133;
 inline constexpr KeyCode keyEscape = 9;
+inline constexpr KeyCode keyBackspace = 22;
 inline constexpr KeyCode keyTab = 23;
 inline constexpr KeyCode keyReturn = 36;
 inline constexpr KeyCode keySpace = 65;
+inline constexpr KeyCode keyLeft = 113;
 inline constexpr KeyCode keyRight = 114;
+inline constexpr KeyCode keyQ = 24;
 inline constexpr KeyCode keyW = 25;
+inline constexpr KeyCode keyS = 39;
+inline constexpr KeyCode keyF1 = 67;
+inline constexpr KeyCode keyF12 = 96;
 
 struct ModifierState {
   std::uint8_t base = 0;

@@ -36,7 +36,8 @@ systray_padding = 4 4 4
 systray_icon_size = 24
 )";
 
-Panel::Panel(const VirtualDesktop& desktop, const std::string& settings) : connection_(desktop.display()) {
+Panel::Panel(const VirtualDesktop& desktop, const std::string& settings)
+    : connection_(desktop.display()), mouse_(desktop.display()) {
   const auto file = desktop.home() / "panel";
   std::ofstream(file) << settings;
   process_ = std::make_unique<ChildProcess>(std::vector<std::string>{"tint2", "-c", file.string()},
@@ -48,10 +49,10 @@ Panel::Icon Panel::icon() const {
   return look().icon;
 }
 
-void Panel::clickIcon() const {
+void Panel::clickIcon() {
   const auto sight = look();
   if (sight.icon == Icon::none) throw std::runtime_error("there is no icon to click");
-  click(connection_, sight.place);
+  mouse_.click(sight.place);
 }
 
 Panel::Sight Panel::look() const {

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "tests/desktop/stage/Pointer.h"
+#include "tests/desktop/stage/Mouse.h"
 #include "tests/desktop/stage/VirtualDesktop.h"
 
 namespace stage {
@@ -23,7 +23,7 @@ class Panel {
 
   Icon icon() const;
   // Throws std::runtime_error if there is no icon.
-  void clickIcon() const;
+  void clickIcon();
 
  private:
   struct Sight {
@@ -33,6 +33,7 @@ class Panel {
   Sight look() const;
 
   const XConnection connection_;
+  Mouse mouse_;
   std::unique_ptr<ChildProcess> process_;
 };
 

@@ -1,6 +1,7 @@
 #include "tests/desktop/stage/ScreenReader.h"
 
 #include <QDBusArgument>
+#include <QDBusConnectionInterface>
 #include <QDBusObjectPath>
 #include <QDBusReply>
 #include <QDBusVariant>
@@ -16,11 +17,13 @@ constexpr int patienceMs = 10000;
 constexpr char accessibleInterface[] = "org.a11y.atspi.Accessible";
 constexpr char propertiesInterface[] = "org.freedesktop.DBus.Properties";
 
-QString addressOfAccessibilityBus(const VirtualDesktop& desktop) {
+QString addressOfAccessibilityBus(const VirtualDesktop& desktop, pid_t& launcher) {
   const auto sessionBus = QString::fromStdString(desktop.environment().at("DBUS_SESSION_BUS_ADDRESS"));
   const auto name = QStringLiteral("stage-session");
   const auto question = QDBusMessage::createMethodCall("org.a11y.Bus", "/org/a11y/bus", "org.a11y.Bus", "GetAddress");
-  const QDBusReply<QString> address = QDBusConnection::connectToBus(sessionBus, name).call(question);
+  const auto session = QDBusConnection::connectToBus(sessionBus, name);
+  const QDBusReply<QString> address = session.call(question);
+  if (session.isConnected()) launcher = static_cast<pid_t>(session.interface()->servicePid("org.a11y.Bus").value());
   QDBusConnection::disconnectFromBus(name);
   if (!address.isValid()) throw std::runtime_error("no accessibility bus");
   return address.value();
@@ -30,12 +33,16 @@ QString addressOfAccessibilityBus(const VirtualDesktop& desktop) {
 
 ScreenReader::ScreenReader(const VirtualDesktop& desktop)
     : connectionName_(QString::fromStdString("stage-reader" + desktop.display())),
-      bus_(QDBusConnection::connectToBus(addressOfAccessibilityBus(desktop), connectionName_)) {
+      bus_(QDBusConnection::connectToBus(addressOfAccessibilityBus(desktop, launcher_), connectionName_)) {
   if (!bus_.isConnected()) throw std::runtime_error("the accessibility bus cannot be reached");
 }
 
 ScreenReader::~ScreenReader() {
   QDBusConnection::disconnectFromBus(connectionName_);
+}
+
+pid_t ScreenReader::bus() const {
+  return static_cast<pid_t>(bus_.interface()->servicePid("org.freedesktop.DBus").value());
 }
 
 std::vector<Accessible> ScreenReader::read(const std::string& application) const {

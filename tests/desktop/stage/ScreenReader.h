@@ -1,6 +1,8 @@
 // What an assistive program finds of a desktop's applications, and what it can do there.
 #pragma once
 
+#include <sys/types.h>
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QString>
@@ -9,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/desktop/stage/Pointer.h"
+#include "tests/desktop/stage/Mouse.h"
 #include "tests/desktop/stage/VirtualDesktop.h"
 
 namespace stage {
@@ -38,6 +40,10 @@ class ScreenReader {
   ScreenReader& operator=(const ScreenReader&) = delete;
   ~ScreenReader();
 
+  // The processes of the accessibility bus: who tells where it is, and the bus itself.
+  pid_t launcher() const { return launcher_; }
+  pid_t bus() const;
+
   // All that the application shows now, from the outside to the inside; empty if there is no such application.
   std::vector<Accessible> read(const std::string& application) const;
   // The first of that name; one that can have the keyboard comes before its label.
@@ -61,6 +67,7 @@ class ScreenReader {
   void readInto(std::vector<Accessible>& all, Accessible accessible) const;
 
   QString connectionName_;
+  pid_t launcher_ = 0;
   QDBusConnection bus_;
 };
 

@@ -9,17 +9,15 @@
 
 namespace stage {
 
-// The fewest changes that lead from what was typed to what arrived. A key that arrived out of order counts as lost
-// where it belonged and as surplus where it came.
+// What has to be left out for the two to be alike. A key that arrived out of order counts as lost where it belonged and
+// as surplus where it came.
 struct Difference {
   // Positions among the typed keys.
   std::vector<std::size_t> lost;
   // Positions among the arrived keys.
   std::vector<std::size_t> surplus;
-  // Too different to be told in detail; the lists stay empty.
-  bool isHopeless = false;
 
-  bool isNone() const { return lost.empty() && surplus.empty() && !isHopeless; }
+  bool isNone() const { return lost.empty() && surplus.empty(); }
 };
 
 Difference difference(const std::vector<KeyCode>& typed, const std::vector<KeyCode>& arrived);

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <fstream>
 #include <stdexcept>
 
 #include "tests/desktop/stage/Waiting.h"
@@ -11,16 +12,14 @@
 namespace stage {
 namespace {
 
-std::vector<std::string> commandOf(WindowManager manager) {
-  if (manager == WindowManager::openbox) return {"openbox", "--sm-disable", "--replace"};
-  return {"xfwm4", "--sm-client-disable", "--compositor=off", "--replace"};
-}
+// A session's, which also lets in whom the guard is started as.
+constexpr char busConfiguration[] = R"(<busconfig>
+  <include>/usr/share/dbus-1/session.conf</include>
+  <policy context="default"><allow user="*"/></policy>
+</busconfig>
+)";
 
 }  // namespace
-
-std::string nameOf(WindowManager manager) {
-  return manager == WindowManager::openbox ? "openbox" : "xfwm4";
-}
 
 TemporaryFolder::TemporaryFolder() {
   std::string pattern = (std::filesystem::temp_directory_path() / "varnolet-stage-XXXXXX").string();
@@ -34,9 +33,10 @@ TemporaryFolder::~TemporaryFolder() {
 }
 
 VirtualDesktop::VirtualDesktop(WindowManager manager, const std::string& screen,
-                               const std::vector<std::string>& serverOptions)
+                               const std::vector<std::string>& serverOptions, FocusModel model)
     : environment_(bareEnvironment()) {
   environment_["HOME"] = home();
+  environment_["PATH"] = (home() / "bin").string() + ':' + environment_["PATH"];
   const std::array<std::pair<const char*, const char*>, 5> folders{{{"XDG_CONFIG_HOME", "config"},
                                                                     {"XDG_DATA_HOME", "data"},
                                                                     {"XDG_STATE_HOME", "state"},
@@ -51,7 +51,7 @@ VirtualDesktop::VirtualDesktop(WindowManager manager, const std::string& screen,
   startServer(screen, serverOptions);
   startBus();
   connection_ = std::make_unique<XConnection>(display_);
-  startWindowManager(manager);
+  replaceWindowManager(manager, model);
 }
 
 void VirtualDesktop::startServer(const std::string& screen, const std::vector<std::string>& serverOptions) {
@@ -71,26 +71,39 @@ void VirtualDesktop::startBus() {
   ChildProcess::Options options;
   options.environment = environment_;
   options.readOutput = true;
-  bus_ = std::make_unique<ChildProcess>(
-      std::vector<std::string>{"dbus-daemon", "--session", "--nofork", "--print-address=1"}, options);
+  const auto configuration = home() / "bus.conf";
+  std::ofstream(configuration) << busConfiguration;
+  bus_ =
+      std::make_unique<ChildProcess>(std::vector<std::string>{"dbus-daemon", "--config-file=" + configuration.string(),
+                                                              "--nofork", "--print-address=1"},
+                                     options);
   const auto address = bus_->output().waitFor("unix:");
   if (!address) throw std::runtime_error("dbus-daemon does not start");
   environment_["DBUS_SESSION_BUS_ADDRESS"] = *address;
 }
 
-void VirtualDesktop::startWindowManager(WindowManager manager) {
+void VirtualDesktop::giveFoldersTo(unsigned user) const {
+  const auto give = [user](const std::filesystem::path& path) {
+    if (::lchown(path.c_str(), user, user) != 0) throw std::runtime_error("a folder cannot be given away");
+  };
+  give(home());
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(home())) give(entry.path());
+}
+
+void VirtualDesktop::replaceWindowManager(WindowManager manager, FocusModel model) {
   const auto before = managersWindow();
-  auto started = std::make_unique<ChildProcess>(commandOf(manager), ChildProcess::Options{environment_});
+  const auto start = startOf(manager, model, environment_.at("XDG_CONFIG_HOME"));
+  ChildProcess::Options options{environment_};
+  options.environment.insert(start.besides.begin(), start.besides.end());
+  auto started = std::make_unique<ChildProcess>(start.command, options);
+  // The one that does not know the question manages once it shows its window.
+  const bool canBeAsked = manager != WindowManager::kwin;
   const bool manages = eventually([&] {
     const auto now = managersWindow();
-    return now != 0 && now != before && windowManagerAnswers();
+    return now != 0 && now != before && (!canBeAsked || windowManagerAnswers());
   });
   if (!manages) throw std::runtime_error(nameOf(manager) + " does not take over");
   windowManager_ = std::move(started);
-}
-
-void VirtualDesktop::replaceWindowManager(WindowManager manager) {
-  startWindowManager(manager);
 }
 
 void VirtualDesktop::killServer() {

@@ -8,12 +8,10 @@
 #include <vector>
 
 #include "tests/desktop/stage/ChildProcess.h"
+#include "tests/desktop/stage/WindowManager.h"
 #include "tests/desktop/stage/XConnection.h"
 
 namespace stage {
-
-enum class WindowManager { openbox, xfwm4 };
-std::string nameOf(WindowManager manager);
 
 // Created and removed with this object.
 class TemporaryFolder {
@@ -34,11 +32,12 @@ class VirtualDesktop {
  public:
   // `serverOptions`: what the X server is told besides, for example to lack an extension.
   explicit VirtualDesktop(WindowManager manager, const std::string& screen = "800x600x24",
-                          const std::vector<std::string>& serverOptions = {});
+                          const std::vector<std::string>& serverOptions = {}, FocusModel model = FocusModel::click);
 
   const std::string& display() const { return display_; }
   const Environment& environment() const { return environment_; }
   const std::filesystem::path& home() const { return home_.path(); }
+  void giveFoldersTo(unsigned user) const;
   // For questions of the test's own thread.
   const XConnection& connection() const { return *connection_; }
 
@@ -46,22 +45,22 @@ class VirtualDesktop {
   xcb_window_t activeWindow() const;
   // As a taskbar does: returns when the window is active.
   void activate(xcb_window_t window) const;
+  // A client message about a window to the window manager.
+  void send(const char* message, xcb_window_t window, std::uint32_t value) const;
   // Another window manager takes over from the one that runs; returns when it has.
-  void replaceWindowManager(WindowManager manager);
+  void replaceWindowManager(WindowManager manager, FocusModel model = FocusModel::click);
   // The X server goes away without a word.
   void killServer();
+  void signalServer(int number) const { server_->signal(number); }
   // Runs a program of this desktop to its end; returns whether it succeeded.
   bool run(const std::vector<std::string>& command) const;
 
  private:
   void startServer(const std::string& screen, const std::vector<std::string>& serverOptions);
   void startBus();
-  void startWindowManager(WindowManager manager);
   // The window by which a window manager shows that it manages this display, 0 if none does.
   xcb_window_t managersWindow() const;
   bool windowManagerAnswers() const;
-  // A client message about a window to the window manager.
-  void send(const char* message, xcb_window_t window, std::uint32_t value) const;
 
   TemporaryFolder home_;
   Environment environment_;

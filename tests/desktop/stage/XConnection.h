@@ -58,6 +58,15 @@ class XConnection {
     if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4) return 0;
     return *static_cast<const std::uint32_t*>(xcb_get_property_value(reply.get()));
   }
+  // The bytes of a short property, empty if there is none.
+  std::string text(xcb_window_t window, std::string_view name) const {
+    constexpr std::uint32_t longest = 256;
+    const auto reply = answer(*this, xcb_get_property_reply,
+                              xcb_get_property(*this, 0, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, longest));
+    if (!reply) return {};
+    const auto size = static_cast<std::size_t>(xcb_get_property_value_length(reply.get()));
+    return {static_cast<const char*>(xcb_get_property_value(reply.get())), size};
+  }
   // Returns when the server has done everything asked so far.
   void sync() const { answer(*this, xcb_get_input_focus_reply, xcb_get_input_focus(*this)); }
 

@@ -23,8 +23,8 @@ std::vector<std::pair<const char*, const char*>> variablesOf(const stage::Enviro
 
 }  // namespace
 
-Application::Application(const stage::VirtualDesktop& desktop)
-    : process_({VARNOLET_WINDOW_CLIENT}, clientOptions(desktop)) {}
+Application::Application(const stage::VirtualDesktop& desktop, const std::string& program)
+    : process_({program}, clientOptions(desktop)) {}
 
 xcb_window_t Application::create(const std::string& how) {
   const std::string answer = ask(how);

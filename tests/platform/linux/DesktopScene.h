@@ -14,7 +14,8 @@ namespace platform::linux_desktop {
 // An application: a process with windows. Ends with this object.
 class Application {
  public:
-  explicit Application(const stage::VirtualDesktop& desktop);
+  // `program` may be a copy of the window client under another name.
+  explicit Application(const stage::VirtualDesktop& desktop, const std::string& program = VARNOLET_WINDOW_CLIENT);
 
   pid_t process() const { return process_.pid(); }
   // Not mapped yet.

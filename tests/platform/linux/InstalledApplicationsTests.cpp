@@ -98,9 +98,11 @@ TEST_F(InstalledApplicationsTest, NamesOfAnyLengthAndBytesBecomeShortText) {
   const auto named = install("long.desktop", entry(std::string(5000, 'n')));
   const auto odd = install("odd\xff.desktop", entry("Odd"));
   const auto hostile = install("hostile.desktop", entry("A\\nB\u202EC"));
+  const auto agent = install("com.apple.loginwindow.desktop", entry("Locker"));
   EXPECT_EQ(files.displayNameAtPath(named), std::string(200, 'n'));
   EXPECT_EQ(files.displayNameAtPath(hostile), "A BC") << "names are shown within lines of ours";
   EXPECT_EQ(identifierAt(odd), "odd\uFFFD");
+  EXPECT_EQ(identifierAt(agent), "true") << "its program: no entry is an agent for its name";
   EXPECT_EQ(files.displayNameAtPath("/nowhere/\xff"), "\uFFFD");
 }
 

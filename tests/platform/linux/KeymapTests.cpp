@@ -8,6 +8,7 @@
 #include "platform/linux/InputDevices.h"
 #include "platform/linux/KeymapKeeper.h"
 #include "platform/linux/KeymapMirror.h"
+#include "platform/linux/Xkb.h"
 
 namespace platform::linux_desktop {
 namespace {
@@ -85,12 +86,31 @@ TEST_F(KeymapKeeperTest, BringsToTheKeyboardsWhatTheUserChangedAndNotWhatItCopie
 
 class KeymapMirrorTest : public KeymapTest {
  protected:
+  // As programs read it that show or change the layout.
+  std::string nameOfSymbols(DeviceId device) const {
+    const auto names = replyTo(*connection, xcb_xkb_get_names_reply,
+                               xcb_xkb_get_names(*connection, device, XCB_XKB_NAME_DETAIL_SYMBOLS));
+    xcb_xkb_get_names_value_list_t values{};
+    xcb_xkb_get_names_value_list_unpack(xcb_xkb_get_names_value_list(names.get()), names->nTypes, names->indicators,
+                                        names->virtualMods, names->groupNames, names->nKeys, names->nKeyAliases,
+                                        names->nRadioGroups, names->which, &values);
+    const auto name = replyTo(*connection, xcb_get_atom_name_reply, xcb_get_atom_name(*connection, values.symbolsName));
+    return {xcb_get_atom_name_name(name.get()), name->name_len};
+  }
   bool becomesIdle() {
     return runUntil([this] { return mirror.isIdle(); });
   }
 
   KeymapMirror mirror;
 };
+
+TEST_F(KeymapMirrorTest, CopiesTheNamesAsTheyAre) {
+  choose("de", keyboard);
+  mirror.copy(keyboard, *devices.xtestKeyboard());
+  ASSERT_TRUE(becomesIdle());
+  ASSERT_EQ(nameOfSymbols(keyboard), "pc+de+inet(evdev)");
+  EXPECT_EQ(nameOfSymbols(*devices.xtestKeyboard()), nameOfSymbols(keyboard));
+}
 
 TEST_F(KeymapMirrorTest, KeyboardsThatAreNotThereAreNoHarm) {
   constexpr DeviceId nowhere = 200;

@@ -73,28 +73,49 @@ TEST_F(LinuxFileManagerTest, AFullDiskLeavesTheOldFileAndNothingElse) {
 TEST_F(LinuxFileManagerTest, ContentsAreTheBytesOfARegularFile) {
   const std::string bytes("\0\xff\r\n", 4);
   ASSERT_EQ(files.writeAtomically(folder / "file", bytes), std::nullopt);
-  EXPECT_EQ(files.contents(folder / "file"), bytes);
+  EXPECT_EQ(std::get<std::string>(files.contents(folder / "file")), bytes);
+  EXPECT_EQ(std::get<std::string>(files.beginning(folder / "file", 3)), bytes.substr(0, 3));
   fill(folder / "empty", "");
-  EXPECT_EQ(files.contents(folder / "empty"), "");
-  EXPECT_EQ(files.contents(folder / "missing"), std::nullopt);
-  EXPECT_EQ(files.contents(folder.path()), std::nullopt);
+  EXPECT_EQ(std::get<std::string>(files.contents(folder / "empty")), "");
+  EXPECT_FALSE(std::get<std::string>(files.contents("/proc/self/status")).empty()) << "does not know its size";
+
   ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-  EXPECT_EQ(files.contents(folder / "pipe"), std::nullopt);
   fill(folder / "huge", "");
   std::filesystem::resize_file(folder / "huge", std::uintmax_t{1} << 40);
-  EXPECT_EQ(files.contents(folder / "huge"), std::nullopt);
-  EXPECT_FALSE(files.contents("/proc/self/status")->empty()) << "files that do not know their size";
+  for (const char* name : {"missing", ".", "pipe", "huge"}) {
+    EXPECT_EQ(std::get<NSError>(files.contents(folder / name)).isNoSuchFile, std::string(name) == "missing") << name;
+  }
 }
 
-TEST_F(LinuxFileManagerTest, MovingNeverReplacesAFile) {
-  fill(folder / "a", "1");
-  fill(folder / "b", "2");
-  EXPECT_THAT(files.moveItem(folder / "a", folder / "b")->localizedDescription, HasSubstr("File exists"));
-  EXPECT_EQ(contentsOf(folder / "b"), "2");
-  EXPECT_EQ(files.moveItem(folder / "a", folder / "c"), std::nullopt);
-  EXPECT_EQ(contentsOf(folder / "c"), "1");
-  EXPECT_FALSE(files.fileExists(folder / "a"));
-  EXPECT_TRUE(files.moveItem(folder / "a", folder / "d"));
+TEST_F(LinuxFileManagerTest, SettingAsideNeverReplacesAFile) {
+  fill(folder / "a.json", "1");
+  fill(folder / "a.unreadable-1.json", "theirs");
+  EXPECT_EQ(std::get<std::filesystem::path>(files.setItemAside(folder / "a.json")), folder / "a.unreadable-2.json");
+  EXPECT_EQ(contentsOf(folder / "a.unreadable-2.json"), "1");
+  EXPECT_EQ(contentsOf(folder / "a.unreadable-1.json"), "theirs");
+  EXPECT_TRUE(std::get<NSError>(files.setItemAside(folder / "a.json")).isNoSuchFile);
+}
+
+TEST_F(LinuxFileManagerTest, ALinkOfTheUsersIsFollowedAndStays) {
+  std::filesystem::create_directory(folder / "elsewhere");
+  std::filesystem::create_symlink("elsewhere/second", folder / "link");
+  std::filesystem::create_symlink(folder / "elsewhere/log", folder / "elsewhere/second");
+  for (const char* text : {"new", "newer"}) {
+    EXPECT_EQ(files.writeAtomically(folder / "link", text), std::nullopt);
+    EXPECT_EQ(contentsOf(folder / "elsewhere/log"), text);
+  }
+  EXPECT_EQ(std::get<std::filesystem::path>(files.setItemAside(folder / "link")),
+            folder / "elsewhere/log.unreadable-1");
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / "link"));
+  EXPECT_TRUE(std::get<NSError>(files.contents(folder / "link")).isNoSuchFile);
+
+  // Another user's is replaced; only root can make one.
+  if (geteuid() != 0) return;
+  fill(folder / "elsewhere/log", "not to be written");
+  ASSERT_EQ(lchown((folder / "link").c_str(), 65534, 65534), 0);
+  EXPECT_EQ(files.writeAtomically(folder / "link", "mine"), std::nullopt);
+  EXPECT_FALSE(std::filesystem::is_symlink(folder / "link"));
+  EXPECT_EQ(contentsOf(folder / "elsewhere/log"), "not to be written");
 }
 
 TEST_F(LinuxFileManagerTest, CopiesAreWholeAndPrivateOrNotThereAtAll) {

@@ -11,6 +11,7 @@
 #include "platform/linux/FileDescriptor.h"
 #include "platform/linux/LinuxLog.h"
 #include "platform/linux/LogText.h"
+#include "platform/linux/ReadableText.h"
 
 namespace platform::linux_desktop {
 namespace {
@@ -59,6 +60,16 @@ TEST(LinuxLogTest, AMessageBecomesOneLineWhateverIsInIt) {
 TEST(LinuxLogTest, TextThatCouldDeceiveAReaderIsEscaped) {
   EXPECT_EQ(singleLine("a\tb\u009bc\u2028d\u202ee"), "a\\x09b\\x9bc\\u2028d\\u202ee");
   EXPECT_EQ(singleLine("Ärger 👩‍💻 \xc3"), "Ärger 👩‍💻 \uFFFD");
+}
+
+TEST(ReadableText, WhatNobodySeesIsNoNameAndNoPartOfAnIdentifier) {
+  for (const char* unseen :
+       {"", " \t\u00a0", "\u200b\u2060\u00ad", "\u3164\u115f\u2800", "\u0301\ufe0f", "\U000e0041"}) {
+    EXPECT_EQ(readableName(unseen), "") << unseen;
+    EXPECT_EQ(readableIdentifier(unseen), "") << unseen;
+  }
+  EXPECT_EQ(readableName("می\u200cخواهم 👩\u200d💻 é"), "می\u200cخواهم 👩\u200d💻 é");
+  EXPECT_EQ(readableIdentifier("org.\u200bexample\u00a0हिन्दी A 🔔"), "org.\uFFFDexample\uFFFDहिन्दी A 🔔");
 }
 
 TEST(LinuxLogTest, QtsRulesSwitchTheLevelsOfACategory) {

@@ -112,6 +112,32 @@ TEST_F(LinuxNotificationCenterTest, TellsWhichNotificationTheUserAnswered) {
   EXPECT_THAT(choices->made, ElementsAre("second default nobody", "first ALLOW org.example", "second last nobody"));
 }
 
+TEST_F(LinuxNotificationCenterTest, ANewerNotificationOfAThreadReplacesTheOlderOneHoweverManyCome) {
+  const NotificationServer server(bus, everything);
+  int told = 0;
+  for (int i = 1; i <= 1000; ++i) {
+    for (const char* thief : {"A", "B"}) {
+      auto what = content();
+      what.threadIdentifier = thief;
+      center.addNotificationRequest({thief + std::to_string(i), what}, [&](const std::optional<NSError>&) { ++told; });
+    }
+  }
+  ASSERT_TRUE(runUntil([&] { return told == 2000; }));
+  ASSERT_EQ(server.shown().size(), 4u) << "the first and the newest of each";
+  EXPECT_THAT(std::set<uint>({server.shown()[2].replaces, server.shown()[3].replaces}), ElementsAre(1, 2));
+  server.invokeAction(1, "ALLOW");
+  ASSERT_TRUE(runUntil([&] { return !choices->made.empty(); }));
+  EXPECT_THAT(choices->made, ElementsAre(testing::EndsWith("1000 ALLOW org.example")));
+
+  server.close(1);
+  auto again = content();
+  for (const char* thief : {"A", "B"}) {
+    again.threadIdentifier = thief;
+    ASSERT_EQ(post("again", again), "");
+  }
+  EXPECT_EQ(server.shown()[4].replaces + server.shown()[5].replaces, 2u) << "one of them had been closed";
+}
+
 TEST_F(LinuxNotificationCenterTest, BelievesOnlyTheServerThatShowsTheNotification) {
   {
     const NotificationServer server(bus, everything);

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "TestFolder.h"
 #include "platform/linux/LinuxUserDefaults.h"
@@ -41,44 +42,50 @@ TEST_F(LinuxUserDefaultsTest, SeesWhatAnotherProcessStored) {
   EXPECT_EQ(suite->data(key), std::nullopt);
 }
 
-TEST_F(LinuxUserDefaultsTest, AFileOfGarbageHasNoValuesAndCanBeOverwritten) {
+TEST_F(LinuxUserDefaultsTest, AFileOfGarbageHasNoValuesAndIsSetAsideBeforeItIsOverwritten) {
   std::filesystem::create_directory(folder / "config");
-  for (const std::string& garbage : {std::string(), std::string("\0\xff\xfe[=%\n", 7), std::string("userSettings"),
-                                     std::string("=\n=\n%"), std::string(1 << 20, '=')}) {
+  int number = 0;
+  for (const std::string& garbage :
+       {std::string("\0\xff\xfe[=%\n\n", 8), std::string("userSettings"), std::string("=\n=\n%"),
+        std::string(1 << 20, '='), "large=" + std::string(30'000'000, 'x') + "\nuserSettings=late\n"}) {
     fill(file(), garbage);
-    EXPECT_EQ(defaults.standard()->data(key), std::nullopt);
+    EXPECT_EQ(defaults.standard()->data(key), std::nullopt) << "all of the file was read";
+    EXPECT_LT(defaults.standard()->data("large").value_or("").size(), 300'000u);
     defaults.standard()->set("value", key);
     EXPECT_EQ(LinuxUserDefaults("app.test").standard()->data(key), "value");
+    const std::string aside = "config/app.test.unreadable-" + std::to_string(++number) + ".conf";
+    EXPECT_TRUE(contentsOf(folder / aside) == garbage) << number;
+  }
+  ASSERT_TRUE(defaults.standard()->setAside());
+  EXPECT_EQ(defaults.standard()->data(key), std::nullopt);
+}
+
+// Nothing waits for a pipe's writer, and what may be whole is left alone.
+TEST_F(LinuxUserDefaultsTest, WhatIsNoFileIsNeitherReadNorReplaced) {
+  for (const bool isPipe : {true, false}) {
+    std::filesystem::create_directories(isPipe ? folder / "config" : file());
+    ASSERT_TRUE(!isPipe || mkfifo(file().c_str(), 0600) == 0);
+    const auto suite = defaults.standard();
+    EXPECT_EQ(suite->data(key), std::nullopt);
+    suite->set("value", key);
+    EXPECT_EQ(suite->data(key), "value");
+    EXPECT_FALSE(std::filesystem::is_regular_file(file()));
+    std::filesystem::remove_all(folder / "config");
   }
 }
 
 TEST_F(LinuxUserDefaultsTest, AStoreThatCannotBeWrittenKeepsItsValueForThisProcess) {
   const auto suite = defaults.standard();
   suite->set("old", key);
-  const std::string large(100000, 'x');
-  {
-    const FullDisk full(1000);
+  for (const std::size_t size : {100'000u, 300'000u}) {  // more than the disk takes, and more than would be read
+    const std::string large(size, 'x');
+    const FullDisk full(size < 200'000 ? 1000 : 1'000'000);
     suite->set(large, key);
+    EXPECT_EQ(defaults.standard()->data(key), large);
+    EXPECT_NE(contentsOf(file()).find("old"), std::string::npos) << "the file on disk is the old one";
   }
-  EXPECT_EQ(defaults.standard()->data(key), large);
-  EXPECT_NE(contentsOf(file()).find("old"), std::string::npos) << "the file on disk is the old one";
   suite->set("new", key);
   EXPECT_EQ(LinuxUserDefaults("app.test").standard()->data(key), "new");
-}
-
-TEST_F(LinuxUserDefaultsTest, ValuesThatWouldTakeTooLongToReadAreNeitherReadWholeNorWritten) {
-  constexpr std::size_t tooLong = 300'000;
-  std::filesystem::create_directory(folder / "config");
-  fill(file(), "large=" + std::string(100 * tooLong, 'x') + "\nuserSettings=late\n");
-  EXPECT_LT(defaults.standard()->data("large").value_or("").size(), tooLong);
-  EXPECT_EQ(defaults.standard()->data(key), std::nullopt) << "the rest of the file was read";
-
-  fill(file(), "userSettings=old\n");
-  const auto suite = defaults.standard();
-  const std::string large(tooLong, 'x');
-  suite->set(large, key);
-  EXPECT_EQ(suite->data(key), large);
-  EXPECT_EQ(contentsOf(file()), "userSettings=old\n");
 }
 
 TEST_F(LinuxUserDefaultsTest, RefusesNamesThatAreNoFileNames) {

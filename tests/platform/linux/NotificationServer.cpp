@@ -48,7 +48,8 @@ bool NotificationServer::handleMessage(const QDBusMessage& message, const QDBusC
     const auto arguments = message.arguments();
     shown_.push_back({arguments[0].toString(), arguments[1].toUInt(), arguments[3].toString(), arguments[4].toString(),
                       arguments[5].toStringList(), qdbus_cast<QVariantMap>(arguments[6])});
-    connection.send(message.createReply(latest()));
+    const uint number = shown_.back().replaces != 0 ? shown_.back().replaces : latest();
+    connection.send(message.createReply(number));
   } else {
     return false;
   }

@@ -46,6 +46,8 @@ SilentBus::SilentBus() : socket_(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
       listen(socket_.get(), 5) != 0) {
     throw std::runtime_error("no silent bus");
   }
+  std::filesystem::permissions(folder_.path(), std::filesystem::perms(0755));
+  std::filesystem::permissions(folder_ / "bus", std::filesystem::perms(0666));
 }
 
 std::string SilentBus::address() const {

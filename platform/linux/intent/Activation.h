@@ -1,0 +1,33 @@
+// An application that has come to the front, and what can be known of how it did.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstdint>
+#include <vector>
+
+namespace platform::linux_desktop {
+
+using Moment = std::chrono::steady_clock::time_point;
+// Of a window; 0 is none.
+using WindowId = std::uint32_t;
+
+struct Activation {
+  pid_t process = 0;
+  // The application's window that has the focus, and the window that had it before, of whatever application.
+  WindowId window = 0;
+  WindowId previousWindow = 0;
+  // The windows of the screen's uppermost level that they are in: their frames, or themselves. The tap asks for them.
+  WindowId topLevel = 0;
+  WindowId previousTopLevel = 0;
+  // Only where the process comes to the front for the first time: when it started, and those of its ancestors that
+  // are not much older.
+  std::vector<Moment> starts;
+  // Server times that the window names as those of the user's deed that it comes from.
+  std::vector<std::uint32_t> stamps;
+  // Another application was asked back to the front and has not been seen there yet.
+  bool isReturnUnderWay = false;
+};
+
+}  // namespace platform::linux_desktop

@@ -1,0 +1,125 @@
+// Whose doing it was that an application came to the front.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "platform/linux/intent/Activation.h"
+#include "platform/linux/intent/ServerClock.h"
+
+namespace platform::linux_desktop {
+
+// Why something counts as a command of the user.
+enum class Command {
+  shortcut,             // the press that began another program's grab of the keyboard
+  confirmedInGrab,      // Enter or Space while a menu or a launcher grabs the keyboard
+  leftSwitcher,         // a modifier went up under which a window switcher was used
+  superAlone,           // Super was pressed and released by itself
+  confirmedInLauncher,  // Enter in a launcher
+  buttonReleased,
+  startedByUser,   // the application comes from a deed of the user
+  givenOn,         // the focus went on from a window or a workspace that was left
+  pointerEntered,  // the pointer was moved into the window, and the focus follows it
+};
+// For the log; never says which key.
+std::string_view describe(Command command);
+
+// Decides from what was seen of keys, buttons, grabs, windows and the pointer. Pure: every time is an argument, no call
+// asks anybody. Not thread-safe.
+class UserIntent {
+ public:
+  enum class KeyKind : std::uint8_t {
+    plain,
+    enter,
+    space,
+    modifier,        // one that only writes
+    switchModifier,  // one that window switchers are used with
+    super,           // the same, and a command by itself
+  };
+  static bool isModifier(KeyKind kind) {
+    return kind == KeyKind::modifier || kind == KeyKind::switchModifier || kind == KeyKind::super;
+  }
+  struct Key {
+    KeyKind kind = KeyKind::plain;
+    bool isPress = false;
+    // It carries the Command flag already.
+    bool isCommand = false;
+    // Another modifier is down.
+    bool isUnderModifier = false;
+    // Another program grabs the keyboard.
+    bool isGrabbed = false;
+    // It goes to a launcher.
+    bool isForLauncher = false;
+  };
+
+  // What the user does. Each returns the command that it is beyond what its own event tells.
+  std::optional<Command> keyMoved(const Key& key, Moment when);
+  std::optional<Command> buttonMoved(bool isPress, Moment when);
+  // A press has come to the applications, and another program's grab began; both by the server's clock.
+  void pressArrived(std::uint32_t serverTime) { lastArrival_ = serverTime; }
+  std::optional<Command> grabBegan(std::uint32_t serverTime, Moment when);
+  // The user moved the pointer into a window of the screen's uppermost level.
+  void pointerEntered(WindowId topLevel, Moment when) { lastEntry_ = Entry{topLevel, when}; }
+
+  // What windows do.
+  void focusMoved(Moment when) { focusMoved_ = when; }
+  void windowCreated(WindowId window, Moment when) { note(created_, window, when); }
+  void windowAppeared(WindowId window, Moment when) { note(appeared_, window, when); }
+  // It was closed, unmapped or minimised.
+  void windowLeft(WindowId window, Moment when) { note(left_, window, when); }
+  void workspaceChanged(Moment when) { workspaceChanged_ = when; }
+  // Somebody asks the window manager to activate `window`, naming a time if `stamp` is not 0.
+  void activationRequested(WindowId window, std::uint32_t stamp, Moment when);
+
+  // The command that brought the application to the front, if one did.
+  std::optional<Command> commandBehind(const Activation& activation, const ServerClock& clock, Moment now) const;
+
+ private:
+  struct Sighting {
+    WindowId window = 0;
+    Moment when;
+  };
+  using Sightings = std::deque<Sighting>;
+  struct Request {
+    WindowId window = 0;
+    std::uint32_t stamp = 0;
+    Moment when;
+  };
+  struct Entry {
+    WindowId topLevel = 0;
+    Moment when;
+  };
+
+  static void note(Sightings& sightings, WindowId window, Moment when);
+  static bool isSince(const Sightings& sightings, WindowId window, Moment since);
+  bool wasRequestedSince(WindowId window, Moment since) const;
+  void addDeed(Moment when);
+  void leaveDeeds(Moment when);
+
+  bool wasGivenOn(const Activation& activation, Moment now) const;
+  bool wasEntered(const Activation& activation, Moment now) const;
+  bool wasStarted(const Activation& activation, const ServerClock& clock, Moment now) const;
+
+  // Something that the user did that may start an application.
+  struct Deed {
+    Moment when;
+    // When the user went on with something else, if they did.
+    std::optional<Moment> leftAt;
+  };
+
+  std::deque<Deed> deeds_;
+  std::optional<Moment> focusMoved_;
+  bool hasKeyUnderModifier_ = false;
+  std::uint32_t lastArrival_ = 0;
+  std::optional<Entry> lastEntry_;
+  std::optional<Moment> workspaceChanged_;
+  Sightings created_;
+  Sightings appeared_;
+  Sightings left_;
+  std::deque<Request> requests_;
+};
+
+}  // namespace platform::linux_desktop
