@@ -19,7 +19,8 @@ void KeyEmitter::emit(const std::vector<KeyBalance::Emission>& emissions, const 
     xcb_test_fake_input(connection_, isPress ? XCB_KEY_PRESS : XCB_KEY_RELEASE, key, XCB_CURRENT_TIME, XCB_WINDOW_NONE,
                         0, 0, 0);
   }
-  if (!std::exchange(hasTakenOver_, true)) settlesAt_ = Clock::now() + longestSettling;
+  lastEmission_ = Clock::now();
+  if (!std::exchange(hasTakenOver_, true)) settlesAt_ = lastEmission_ + longestSettling;
   // Whenever this process is stopped, the watchdog finds every key on the board that may be down.
   const KeySet before = std::exchange(shownDown_, downAfter);
   watchdog_->emittedDown(before | shownDown_);

@@ -32,6 +32,7 @@ class KeyEmitter {
   bool hasTakenOver() const { return hasTakenOver_; }
   // The applications' keyboard takes after `typist` again, which must not float.
   void handBack(DeviceId typist);
+  Clock::time_point lastEmission() const { return lastEmission_; }
   // When the shortcuts can be relied on again, after the last change; in the past if they can.
   Clock::time_point settlesAt() const { return settlesAt_; }
 
@@ -41,6 +42,7 @@ class KeyEmitter {
   const std::shared_ptr<WatchdogLink> watchdog_;
   bool hasTakenOver_ = false;
   Clock::time_point settlesAt_;
+  Clock::time_point lastEmission_;
   KeyCode lastPress_ = 0;
   KeySet shownDown_;  // on the watchdog's board
 };

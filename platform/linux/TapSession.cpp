@@ -20,6 +20,8 @@ constexpr std::chrono::milliseconds beatInterval{100};
 constexpr std::chrono::milliseconds recheckInterval{1000};
 // With the gate open no shortcut can be made to wait, so it opens only when even an overloaded desktop has settled.
 constexpr std::chrono::milliseconds settlingBeforeOpening{500};
+// The keyboard is handed back in a pause of the typing, not between two keys: each change tells every program of it.
+constexpr std::chrono::milliseconds pauseBeforeHandingBack{500};
 
 // Nothing for wheel buttons.
 std::optional<CGEventType> typeOfButton(std::uint32_t button) {
@@ -433,6 +435,7 @@ bool TapSession::wasDisturbedLately() const {
 bool TapSession::openIfQuiet() {
   if (!gate_.isClosed() || !queue_.isEmpty() || wasDisturbedLately()) return false;
   if (Clock::now() - handedBack_ < settlingBeforeOpening) return false;
+  if (emitter_.hasTakenOver() && Clock::now() - emitter_.lastEmission() < pauseBeforeHandingBack) return false;
   if (balance_.fingers().any()) return recheckFingers();
   if (!keymaps_.isReadyToOpen()) return false;
   // What the user switched while the gate was closed (Caps Lock, the layout) the applications have, but the floating
@@ -442,7 +445,8 @@ bool TapSession::openIfQuiet() {
   takeQueued();
   if (!isQuiet()) return true;
   if (emitter_.hasTakenOver() && typist_ != 0) {
-    // Ahead of the opening: while the gate is closed, shortcuts can wait.
+    // Ahead of the opening: while the gate is closed, shortcuts can wait. The gate is open for nobody meanwhile.
+    const ServerGrab grab(*connection_);
     gate_.open();
     emitter_.handBack(typist_);
     handedBack_ = Clock::now();
