@@ -13,7 +13,7 @@ namespace platform::linux_desktop {
 class KeyBalance {
  public:
   struct Emission {
-    KeyCode key = 0;
+    Wiped<KeyCode> key;
     bool isPress = false;
     friend bool operator==(const Emission& a, const Emission& b) { return a.key == b.key && a.isPress == b.isPress; }
   };

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "platform/CGEvent.h"
+#include "platform/linux/Wiped.h"
 
 namespace platform::linux_desktop {
 
@@ -13,7 +14,7 @@ using KeySet = std::bitset<256>;
 using DeviceId = std::uint16_t;
 
 struct KeyStroke {
-  KeyCode key = 0;
+  Wiped<KeyCode> key;
   bool isPress = false;
   CGEventType type = kCGEventKeyDown;
   CGEventFlags flags = 0;

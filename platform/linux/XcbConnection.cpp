@@ -1,6 +1,14 @@
 #include "platform/linux/XcbConnection.h"
 
+#include <string.h>
+
 namespace platform::linux_desktop {
+
+void FreeDeleter::overwrite(xcb_generic_event_t& event) noexcept {
+  const bool isLong = (event.response_type & 0x7F) == XCB_GE_GENERIC;
+  const std::size_t more = isLong ? reinterpret_cast<const xcb_ge_generic_event_t&>(event).length * std::size_t{4} : 0;
+  ::explicit_bzero(&event, sizeof event + more);
+}
 
 std::unique_ptr<XcbConnection> XcbConnection::open() {
   int screen = 0;

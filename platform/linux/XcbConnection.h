@@ -13,9 +13,14 @@
 
 namespace platform::linux_desktop {
 
-// What xcb hands out is freed with free().
+// What xcb hands out is freed with free(). Events tell what was typed, so nothing is left of them.
 struct FreeDeleter {
   void operator()(void* memory) const noexcept { std::free(memory); }
+  void operator()(xcb_generic_event_t* event) const noexcept {
+    overwrite(*event);
+    std::free(event);
+  }
+  static void overwrite(xcb_generic_event_t& event) noexcept;
 };
 template <class T>
 using XcbOwned = std::unique_ptr<T, FreeDeleter>;

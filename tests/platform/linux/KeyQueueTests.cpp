@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <memory>
+
 #include "platform/linux/HeldKeys.h"
 #include "platform/linux/KeyQueue.h"
 
@@ -108,6 +112,15 @@ TEST(HeldKeys, CopiesThatOutliveTheirGateGoNowhere) {
   static_cast<HeldKey&>(*copy).post();
   copy.reset();
   EXPECT_TRUE(inbox->takeAll().empty());
+}
+
+TEST(KeyStroke, LeavesNothingOfItsKeyWhereItWas) {
+  alignas(KeyStroke) std::array<std::uint8_t, sizeof(KeyStroke)> place{};
+  const auto holdsKey = [&place] { return std::ranges::find(place, std::uint8_t{38}) != place.end(); };
+  auto* stroke = new (place.data()) KeyStroke(press(38));
+  EXPECT_TRUE(holdsKey());
+  std::destroy_at(stroke);
+  EXPECT_FALSE(holdsKey());
 }
 
 }  // namespace
