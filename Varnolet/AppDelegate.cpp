@@ -142,15 +142,19 @@ void AppDelegate::screensDidWake() {
 
 void AppDelegate::startEngine() {
   if (!focusGuardEngine_) return;
-  const bool wasEnabled = focusGuardState_->isEnabled();
-  focusGuardEngine_->start();
-  // A pause outlasts a stop of the engine, which switches the protection on when it starts again. An engine that ran on
-  // leaves the protection as the user has it.
-  if (pauseManager_->isPaused() && !wasEnabled) focusGuardState_->setIsEnabled(false);
+  // One that runs on leaves the protection as the user has it.
+  const bool wasRunning = focusGuardEngine_->isRunning();
+  const bool staysOff = !focusGuardState_->isEnabled() && (isOffByChoice_ || pauseManager_->isPaused());
+  const bool canProtect = focusGuardEngine_->start();
+  if (wasRunning) return;
+  isOffByChoice_ = canProtect;
+  if (staysOff) focusGuardState_->setIsEnabled(false);
 }
 
 void AppDelegate::stopEngine() {
-  if (focusGuardEngine_) focusGuardEngine_->stop();
+  if (!focusGuardEngine_) return;
+  isOffByChoice_ = isOffByChoice_ && !focusGuardState_->isEnabled();
+  focusGuardEngine_->stop();
 }
 
 void AppDelegate::checkForUpdates() {

@@ -96,6 +96,9 @@ class AppDelegate final : public platform::ui::NSApplicationDelegate, public std
   std::unique_ptr<platform::ui::NSWindow> settingsWindow_;
   std::vector<std::unique_ptr<platform::ui::NSWindow>> logWindows_;
 
+  // If the protection is off, that is so because somebody switched it off. The engine does so too as it stops, or if it
+  // cannot protect; and switches it on as it starts, which must not undo what the user chose.
+  bool isOffByChoice_ = true;
   platform::ScheduledTask updaterStart_;
   platform::ScheduledTask firstPermissionCheck_;
   struct Registration {

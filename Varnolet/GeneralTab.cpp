@@ -38,7 +38,7 @@ void GeneralTab::addSwitch(FormSection* section, const QString& title, bool User
   connect(control, &QCheckBox::toggled, this, [this, field](bool on) { storeSetting(*settingsManager_, field, on); });
 }
 
-// Not stored: at its next start the engine decides.
+// Not stored: the next launch switches it on again.
 void GeneralTab::addProtectionSwitch(FormSection* section) {
   const auto title = QStringLiteral("Enable Protection");
   auto* control = new Switch(title, section);

@@ -41,6 +41,8 @@ class FocusGuardEngine final : public KeystrokeBufferDelegate, public std::enabl
   bool start();
   // Held keys are dropped. A re-activation that is under way completes, with its replay, its log entry and its report.
   void stop();
+  // From start() to stop(), also without the event tap.
+  bool isRunning() const { return isRunning_; }
 
   // Called once for each confirmed block, after it was handed to the event logger.
   std::function<void(const BlockedEvent&)> onBlockOccurred;

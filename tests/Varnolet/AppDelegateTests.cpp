@@ -151,14 +151,30 @@ TEST_F(AppDelegateTest, TheSessionAndTheScreensStopAndStartTheEngine) {
   EXPECT_EQ(stops(), 3U);
 }
 
-TEST_F(AppDelegateTest, APauseOutlastsAStopOfTheEngine) {
+TEST_F(AppDelegateTest, WhatTheUserSwitchedOffOutlastsAStopOfTheEngineAndNothingElseDoes) {
   launchAndGuard();
+  auto& state = *delegate().focusGuardState();
+  const auto isOnAfterStopAndStart = [&] {
+    announce(NSWorkspaceSessionDidResignActiveNotification);
+    announce(NSWorkspaceSessionDidResignActiveNotification);
+    EXPECT_FALSE(state.isEnabled());
+    announce(NSWorkspaceSessionDidBecomeActiveNotification);
+    return state.isEnabled();
+  };
+  EXPECT_TRUE(isOnAfterStopAndStart());
+  state.setIsEnabled(false);
+  EXPECT_FALSE(isOnAfterStopAndStart());
+  EXPECT_FALSE(isOnAfterStopAndStart());
+  state.setIsEnabled(true);
+  EXPECT_TRUE(isOnAfterStopAndStart());
   delegate().pauseManager()->pauseIndefinitely();
-  announce(NSWorkspaceSessionDidResignActiveNotification);
-  announce(NSWorkspaceSessionDidBecomeActiveNotification);
-  EXPECT_FALSE(delegate().focusGuardState()->isEnabled());
+  EXPECT_FALSE(isOnAfterStopAndStart());
   delegate().pauseManager()->resume();
-  EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
+  delegate().pauseManager()->pauseForOneHour();
+  announce(NSWorkspaceSessionDidResignActiveNotification);
+  advance(1h);
+  announce(NSWorkspaceSessionDidBecomeActiveNotification);
+  EXPECT_TRUE(state.isEnabled()) << "the hour was over before";
 }
 
 TEST_F(AppDelegateTest, AnHourOfPauseIsOverAfterASleepOfThatLength) {
