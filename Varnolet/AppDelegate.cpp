@@ -124,6 +124,16 @@ bool AppDelegate::applicationShouldHandleReopen(bool) {
   return true;
 }
 
+void AppDelegate::applicationWasStartedAgain(bool isByLauncher) {
+  const auto window = settingsManager_->settings().gestureWindowMs;
+  if (isByLauncher || focusGuardEngine_->gestureDetector().hasRecentUserGesture(window)) {
+    NSApplication::sharedApplication()->reopen();
+  } else {
+    notificationManager_->postNotice("Varnolet is running",
+                                     "Click its icon, or start it from your launcher, to open its panel.");
+  }
+}
+
 void AppDelegate::statusItemClicked() {
   // The click that has just closed the popover was for that.
   if (popover_ && popover_->wasClosedByThisClick()) return;

@@ -34,6 +34,10 @@ class AppDelegate final : public platform::ui::NSApplicationDelegate, public std
   void applicationWillTerminate() override;
   bool applicationShouldHandleReopen(bool hasVisibleWindows) override;
 
+  // Somebody started the program while it runs. That is a reopening only if the user did: a launcher says so, or they
+  // did something just before that may have led to it. The popover would take the keys of whoever types.
+  void applicationWasStartedAgain(bool isByLauncher);
+
   // Reads the permissions anew and starts the engine if both are there; an engine that runs stays as it is. For
   // whatever may have changed them.
   void recheckPermissionsAndStartEngine();

@@ -97,7 +97,7 @@ void NotificationManager::postBlockNotification(const std::string& thiefName, co
 
 void NotificationManager::postNotice(const std::string& title, const std::string& body) {
   assert(isMainThread());
-  post({.title = title, .body = body}, [](const std::optional<NSError>& error) {
+  post({.title = title, .body = body, .threadIdentifier = title}, [](const std::optional<NSError>& error) {
     if (error) focusLog.error("Failed to post a notice: %s", error->localizedDescription);
   });
 }

@@ -23,7 +23,8 @@ class NotificationManager final : public platform::UNUserNotificationCenterDeleg
   void postBlockNotification(const std::string& thiefName, const std::string& protectedName,
                              std::int64_t keystrokesBuffered, const std::string& thiefBundleID);
 
-  // Posts what the user must know for the program to be of use, whatever the settings; without actions or sound.
+  // Posts what the user must know for the program to be of use, whatever the settings; without actions or sound. It
+  // replaces an earlier one of that title.
   void postNotice(const std::string& title, const std::string& body);
 
   // UNUserNotificationCenterDelegate. Any thread.

@@ -32,6 +32,8 @@ PushButton* makeButton(const QString& title, const QString& symbol, const QStrin
   auto* button = new PushButton(title, style, role, parent);
   button->setSymbol(symbol);
   button->setAccessibleName(accessibleName);
+  // Not by a click, after which the user may go on typing.
+  button->setFocusPolicy(Qt::TabFocus);
   return button;
 }
 

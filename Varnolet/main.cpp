@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "PopupWatch.h"
 #include "TerminationSignals.h"
@@ -51,6 +52,15 @@ void forbidCoreDumps() {
   setrlimit(RLIMIT_CORE, &limit);
 }
 
+// The toolkit takes it from the environment.
+std::string startupIdOfThisProcess() {
+  for (const char* name : {"DESKTOP_STARTUP_ID", "XDG_ACTIVATION_TOKEN"}) {
+    const char* id = std::getenv(name);  // NOLINT(concurrency-mt-unsafe)
+    if (id != nullptr && *id != '\0') return id;
+  }
+  return {};
+}
+
 int run(LinuxDesktop& desktop, ApplicationInstance& instance) {
   platform::ui::NSApplication application;
   varnolet::VarnoletApp app(application);
@@ -62,7 +72,9 @@ int run(LinuxDesktop& desktop, ApplicationInstance& instance) {
   });
   // One that begins after the program may bring the permissions along.
   desktop.setWindowManagerHandler([&app] { app.appDelegate().recheckPermissionsAndStartEngine(); });
-  instance.setReopenHandler([&application] { application.reopen(); });
+  instance.setReopenHandler([&desktop, &app](const Activation& start) {
+    desktop.judgeStart(start, [&app](bool isFresh) { app.appDelegate().applicationWasStartedAgain(isFresh); });
+  });
   application.setTerminationHandler([&instance] { instance.giveNameBack(); });
   const int exitCode = application.run();
   application.setTerminationHandler(nullptr);
@@ -86,12 +98,13 @@ int main(int argc, char** argv) {
     return noDisplay;
   }
   hideSilentBusesFromToolkit(*connection);
+  const std::string startupId = startupIdOfThisProcess();
 
   const QApplication qt(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Varnolet"));
   QGuiApplication::setDesktopFileName(QString::fromLatin1(applicationIdentifier));
   QApplication::setWindowIcon(QIcon(QStringLiteral(":/varnolet/icon.svg")));
-  ApplicationInstance instance(applicationIdentifier);
+  ApplicationInstance instance(applicationIdentifier, startupId);
   if (instance.claim() == ApplicationInstance::Claim::second) return ended;
   // Until everything below has ended.
   const auto owner = DisplayOwner::claim(patienceWithOwner);

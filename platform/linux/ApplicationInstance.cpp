@@ -1,5 +1,8 @@
 #include "platform/linux/ApplicationInstance.h"
 
+#include <unistd.h>
+
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusReply>
 #include <QMetaObject>
@@ -12,6 +15,8 @@
 
 #include "platform/linux/BusProbe.h"
 #include "platform/linux/DBusCalls.h"
+#include "platform/linux/intent/ProcessStarts.h"
+#include "platform/linux/intent/StartupId.h"
 
 namespace platform::linux_desktop {
 namespace {
@@ -23,6 +28,12 @@ constexpr auto patienceWithBus = 1s;
 constexpr auto patienceWithPrimary = 2s;
 const auto connectionName = QStringLiteral("varnolet-instance");
 const auto applicationInterface = QStringLiteral("org.freedesktop.Application");
+// In what a caller tells of its desktop. Launchers use the first two, a second start all of them.
+const auto startupIdKey = QStringLiteral("desktop-startup-id");
+const auto tokenKey = QStringLiteral("activation-token");
+const auto processKey = QStringLiteral("varnolet-process");
+// A program that was started before has nothing to do with what is asked for now.
+constexpr auto longestStart = 20s;
 
 int millisecondsUntil(steady_clock::time_point deadline) {
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - steady_clock::now());
@@ -55,11 +66,21 @@ bool isNameTaken(const QString& name, steady_clock::time_point deadline) {
   return answer.isValid() && answer.value() == exists;
 }
 
+Activation startOf(const QVariantMap& platformData) {
+  Activation start;
+  const QString id = platformData.value(platformData.contains(startupIdKey) ? startupIdKey : tokenKey).toString();
+  if (const auto time = timeInStartupId(id.toStdString())) start.stamps.push_back(*time);
+  const pid_t process = platformData.value(processKey).toInt();
+  if (process > 0) start.starts = startsOf(process, steady_clock::now() - longestStart);
+  return start;
+}
+
 }  // namespace
 
-ApplicationInstance::ApplicationInstance(const std::string& applicationIdentifier)
+ApplicationInstance::ApplicationInstance(const std::string& applicationIdentifier, const std::string& startupId)
     : name_(QString::fromStdString(applicationIdentifier)),
       path_('/' + QString(name_).replace('.', '/')),
+      startupId_(QString::fromStdString(startupId)),
       isStartCallDue_(qEnvironmentVariableIsSet("DBUS_STARTER_BUS_TYPE")) {}
 
 ApplicationInstance::~ApplicationInstance() {
@@ -84,21 +105,27 @@ ApplicationInstance::Claim ApplicationInstance::claim() {
 bool ApplicationInstance::tellPrimary() const {
   auto call = QDBusMessage::createMethodCall(name_, path_, applicationInterface, QStringLiteral("Activate"));
   call.setAutoStartService(false);
-  call << QVariantMap();
+  QVariantMap platformData{{processKey, getpid()}};
+  if (!startupId_.isEmpty()) platformData[startupIdKey] = startupId_;
+  call << platformData;
   constexpr int patienceMs = std::chrono::milliseconds(patienceWithPrimary).count();
   return QDBusConnection(connectionName).call(call, QDBus::Block, patienceMs).type() == QDBusMessage::ReplyMessage;
 }
 
-void ApplicationInstance::setReopenHandler(std::function<void()> handler) {
+void ApplicationInstance::setReopenHandler(std::function<void(const Activation&)> handler) {
   onReopen_ = std::move(handler);
-  if (onReopen_ && std::exchange(isReopenDue_, false)) QMetaObject::invokeMethod(this, "reopen", Qt::QueuedConnection);
+  if (onReopen_ && dueReopen_) QMetaObject::invokeMethod(this, "reopenAsDue", Qt::QueuedConnection);
 }
 
-void ApplicationInstance::reopen() {
+void ApplicationInstance::reopenAsDue() {
+  if (const auto start = std::exchange(dueReopen_, std::nullopt)) reopen(*start);
+}
+
+void ApplicationInstance::reopen(const Activation& start) {
   if (onReopen_) {
-    onReopen_();
+    onReopen_(start);
   } else {
-    isReopenDue_ = true;
+    dueReopen_ = start;
   }
 }
 
@@ -123,8 +150,10 @@ bool ApplicationInstance::handleMessage(const QDBusMessage& message, const QDBus
   };
   const bool reopens = is("Activate", "a{sv}") || is("Open", "asa{sv}");
   if (!reopens && !is("ActivateAction", "sava{sv}")) return false;
+  // A second start ends with the reply.
+  const Activation start = startOf(qdbus_cast<QVariantMap>(message.arguments().last()));
   if (message.isReplyRequired()) connection.send(message.createReply());
-  if (reopens && !std::exchange(isStartCallDue_, false)) reopen();
+  if (reopens && !std::exchange(isStartCallDue_, false)) reopen(start);
   return true;
 }
 

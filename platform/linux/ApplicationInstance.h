@@ -5,7 +5,10 @@
 #include <QDBusVirtualObject>
 #include <QString>
 #include <functional>
+#include <optional>
 #include <string>
+
+#include "platform/linux/intent/Activation.h"
 
 namespace platform::linux_desktop {
 
@@ -17,7 +20,8 @@ class ApplicationInstance : public QDBusVirtualObject {
  public:
   enum class Claim { primary, second };
 
-  explicit ApplicationInstance(const std::string& applicationIdentifier);
+  // `startupId`: what the launcher that started this process has called that start; empty if it has not.
+  ApplicationInstance(const std::string& applicationIdentifier, const std::string& startupId);
   ~ApplicationInstance() override;
 
   // To be called once. The first one is primary; the second has told the first to reopen, for which it waits up to two
@@ -26,8 +30,9 @@ class ApplicationInstance : public QDBusVirtualObject {
   // To be called as soon as the end begins: who is started from then on becomes the first one, and nobody's call is
   // taken any more.
   void giveNameBack();
-  // Called from the event loop when the program is started again; also if that was before the handler was set.
-  void setReopenHandler(std::function<void()> handler);
+  // Called from the event loop when the program is started again, with what is known of how; also if that was before
+  // the handler was set.
+  void setReopenHandler(std::function<void(const Activation&)> handler);
 
   // QDBusVirtualObject
   QString introspect(const QString& path) const override;
@@ -36,12 +41,14 @@ class ApplicationInstance : public QDBusVirtualObject {
  private:
   // True once it has taken the call.
   bool tellPrimary() const;
-  Q_SLOT void reopen();
+  void reopen(const Activation& start);
+  Q_SLOT void reopenAsDue();
 
   const QString name_;
   const QString path_;
-  std::function<void()> onReopen_;
-  bool isReopenDue_ = false;
+  const QString startupId_;
+  std::function<void(const Activation&)> onReopen_;
+  std::optional<Activation> dueReopen_;
   // The bus has started this process for a call that is still to come: its first start, and no reopening.
   bool isStartCallDue_;
 };

@@ -36,6 +36,10 @@ void LinuxDesktop::setWindowManagerHandler(std::function<void()> handler) {
   workspace_.setWindowManagerHandler(std::move(handler));
 }
 
+void LinuxDesktop::judgeStart(const Activation& start, const std::function<void(bool isFresh)>& then) {
+  workspace_.judgeStart(start, then);
+}
+
 std::string LinuxDesktop::newUUID() {
   return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper().toStdString();
 }

@@ -39,6 +39,8 @@ class LinuxDesktop : public Desktop {
   // begins or ends.
   void setConnectionLostHandler(std::function<void()> handler);
   void setWindowManagerHandler(std::function<void()> handler);
+  // See LinuxWorkspace::judgeStart().
+  void judgeStart(const Activation& start, const std::function<void(bool isFresh)>& then);
 
   NSWorkspace& workspace() override { return workspace_; }
   EventServices& events() override { return events_; }

@@ -20,6 +20,8 @@ namespace {
 constexpr auto longestTakeover = std::chrono::seconds(1);
 // What started before that has nothing to do with what comes up now.
 constexpr auto longestStart = std::chrono::seconds(20);
+// So long a launcher may take from what the user did to the start that comes of it.
+constexpr auto freshness = std::chrono::seconds(15);
 
 void selectEvents(XcbConnection& connection, xcb_window_t window, std::uint32_t mask) {
   xcb_change_window_attributes(connection, window, XCB_CW_EVENT_MASK, &mask);
@@ -103,6 +105,14 @@ std::vector<std::filesystem::path> LinuxWorkspace::installedApplications() {
 std::string LinuxWorkspace::iconForFile(const std::filesystem::path& location) {
   assert(tasks_.isMainThread());
   return InstalledApplications::iconOf(location);
+}
+
+void LinuxWorkspace::judgeStart(const Activation& start, const std::function<void(bool isFresh)>& then) {
+  assert(tasks_.isMainThread());
+  const xcb_timestamp_t now = events_.serverTime();
+  const bool isFresh = std::ranges::any_of(
+      start.stamps, [now](xcb_timestamp_t stamp) { return std::chrono::milliseconds(now - stamp) <= freshness; });
+  desk_.submit(start, [then, isFresh] { then(isFresh); });
 }
 
 bool LinuxWorkspace::activate(pid_t process) {

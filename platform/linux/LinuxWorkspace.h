@@ -36,6 +36,9 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   void setConnectionLostHandler(std::function<void()> handler) { onConnectionLost_ = std::move(handler); }
   // Called from the event loop when a window manager begins or ends.
   void setWindowManagerHandler(std::function<void()> handler) { onWindowManagerChanged_ = std::move(handler); }
+  // For a start of the program that is none of an application's: calls `then` once the event tap has told what the user
+  // did before it and whether it came from that, as a command. `isFresh`: it names a time of late as that of a deed.
+  void judgeStart(const Activation& start, const std::function<void(bool isFresh)>& then);
 
   std::optional<NSRunningApplication> frontmostApplication() override;
   std::vector<NSRunningApplication> runningApplications() override;

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QCursor>
 #include <QGuiApplication>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
@@ -31,7 +32,7 @@ QPoint placeFor(const QSize& size, const QRect& anchor) {
 
 }  // namespace
 
-NSPopover::NSPopover() : QWidget(nullptr, Qt::Popup) {
+NSPopover::NSPopover() : QWidget(nullptr, Qt::Popup), keyboard_(*this) {
   // The click that closes it is spent: otherwise the icon under it would open it again.
   setAttribute(Qt::WA_NoMouseReplay);
   auto* layout = new QVBoxLayout(this);
@@ -57,10 +58,11 @@ void NSPopover::showRelativeTo(const QRect& anchor) {
   resize(contentSize_.expandedTo(sizeHint()));
   move(placeFor(size(), place));
   show();
+  keyboard_.take();
   raise();
   activateWindow();
-  // Also without a mouse: the keys begin at the first control.
-  if (!focusWidget()) focusNextPrevChild(true);
+  // On no control: whoever goes on typing must not press one.
+  setFocus();
 }
 
 bool NSPopover::wasClosedByThisClick() const {
@@ -70,6 +72,22 @@ bool NSPopover::wasClosedByThisClick() const {
 void NSPopover::mousePressEvent(QMouseEvent* event) {
   if (!rect().contains(event->position().toPoint())) closedByClick_.start();
   QWidget::mousePressEvent(event);
+}
+
+// From the popover itself; a control does this by itself.
+void NSPopover::keyPressEvent(QKeyEvent* event) {
+  if (event->key() == Qt::Key_Down || event->key() == Qt::Key_Right) {
+    focusNextPrevChild(true);
+  } else if (event->key() == Qt::Key_Up || event->key() == Qt::Key_Left) {
+    focusNextPrevChild(false);
+  } else {
+    QWidget::keyPressEvent(event);
+  }
+}
+
+void NSPopover::closeEvent(QCloseEvent* event) {
+  keyboard_.giveBack();
+  QWidget::closeEvent(event);
 }
 
 void NSPopover::paintEvent(QPaintEvent*) {

@@ -4,10 +4,13 @@
 #include <QElapsedTimer>
 #include <QWidget>
 
+#include "platform/ui/PopoverKeyboard.h"
+
 namespace platform::ui {
 
-// Transient: a click elsewhere and Escape close it. It has the keyboard while it is shown, but no window loses the
-// focus to it: the desktop's active window stays what it was. Main thread.
+// Transient: a click elsewhere and Escape close it, and so does typing. It has the keyboard while it is shown, for the
+// keys that operate it (PopoverKeyboard.h); all others go to the application in front. No window loses the focus to it:
+// the desktop's active window stays what it was. Main thread.
 class NSPopover : public QWidget {
  public:
   NSPopover();
@@ -26,6 +29,8 @@ class NSPopover : public QWidget {
   void performClose() { close(); }
 
  protected:
+  void closeEvent(QCloseEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
 
@@ -33,6 +38,7 @@ class NSPopover : public QWidget {
   QWidget* content_ = nullptr;
   QSize contentSize_;
   QElapsedTimer closedByClick_;
+  PopoverKeyboard keyboard_;
 };
 
 }  // namespace platform::ui

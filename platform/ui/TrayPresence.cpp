@@ -1,6 +1,5 @@
 #include "platform/ui/TrayPresence.h"
 
-#include <xcb/xcb.h>
 #include <xcb/xfixes.h>
 
 #include <QCoreApplication>
@@ -8,10 +7,9 @@
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <QGuiApplication>
-#include <cstdlib>
-#include <memory>
 #include <utility>
+
+#include "platform/ui/ToolkitConnection.h"
 
 namespace platform::ui {
 namespace {
@@ -20,17 +18,6 @@ constexpr char watcherService[] = "org.kde.StatusNotifierWatcher";
 constexpr char watcherPath[] = "/StatusNotifierWatcher";
 constexpr int patienceMs = 2000;
 constexpr int laterPatienceMs = 30000;
-
-struct Free {
-  void operator()(void* reply) const { std::free(reply); }  // NOLINT(cppcoreguidelines-no-malloc): XCB allocates it so
-};
-template <class T>
-using Reply = std::unique_ptr<T, Free>;
-
-xcb_connection_t* xConnection() {
-  const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-  return x11 ? x11->connection() : nullptr;
-}
 
 xcb_window_t rootWindow() {
   return xcb_setup_roots_iterator(xcb_get_setup(xConnection())).data->root;

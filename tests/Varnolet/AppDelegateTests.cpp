@@ -230,8 +230,33 @@ TEST_F(AppDelegateTest, BothButtonsOfTheMouseAndASecondStartToggleAFreshPopover)
   application_.reopen();
   EXPECT_TRUE(delegate().popover()->isShown());
   EXPECT_TRUE(content.isNull()) << "an old view is shown";
-  ASSERT_NE(delegate().popover()->focusWidget(), nullptr);
-  EXPECT_EQ(delegate().popover()->focusWidget()->accessibleName(), "Pause focus protection for one hour");
+}
+
+TEST_F(AppDelegateTest, AStartThatTheUserHasNothingToDoWithOpensNothing) {
+  launchAndGuard();
+  const auto opensPopover = [this](bool isByLauncher) {
+    delegate().applicationWasStartedAgain(isByLauncher);
+    const bool isOpen = delegate().popover()->isShown();
+    delegate().popover()->performClose();
+    return isOpen;
+  };
+  EXPECT_FALSE(opensPopover(false));
+  EXPECT_EQ(desktop_.postedNotifications().back().content.title, "Varnolet is running");
+  EXPECT_TRUE(opensPopover(true));
+  desktop_.clickMouse();
+  EXPECT_TRUE(opensPopover(false));
+}
+
+TEST_F(AppDelegateTest, ThePopoverHasNoControlUntilTheUserGoesToOne) {
+  launchAndGuard();
+  QTest::mouseClick(find(openPopover(), "Pause focus protection for one hour"), Qt::LeftButton);
+  for (const auto key : {Qt::Key_Tab, Qt::Key_Down}) {
+    auto& popover = openPopover();
+    EXPECT_EQ(popover.focusWidget(), &popover);
+    QTest::keyClick(&popover, key);
+    EXPECT_EQ(popover.focusWidget()->accessibleName(), "Resume focus protection");
+    popover.close();
+  }
 }
 
 TEST_F(AppDelegateTest, AClickThatClosesThePopoverDoesNotOpenItAgain) {

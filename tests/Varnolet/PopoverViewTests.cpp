@@ -1,3 +1,4 @@
+#include <X11/keysym.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 #include "Varnolet/RelativeTime.h"
 #include "Views.h"
 #include "platform/ui/NSColor.h"
+#include "platform/ui/PopoverKeyboard.h"
 
 namespace varnolet {
 namespace {
@@ -116,6 +118,29 @@ TEST_F(PopoverViewTest, AnyNameFitsInItsLine) {
 TEST_F(PopoverViewTest, TheFooterCallsWhatItSays) {
   for (const char* name : {"View blocked events log", "Open whitelist settings", "Open settings"}) click(*view, name);
   EXPECT_THAT(called, ElementsAre("log", "whitelist", "settings"));
+}
+
+TEST(PopoverKeyboard, IsForWhatOperatesThePopover) {
+  constexpr platform::ui::KeyState none = 0;
+  constexpr platform::ui::KeyState shift = 1;
+  constexpr platform::ui::KeyState control = 4;
+  constexpr platform::ui::KeyState alt = 8;
+  const struct {
+    std::uint32_t keysym;
+    platform::ui::KeyState state;
+    bool isForPopover;
+    bool isOnControl = false;
+  } cases[] = {{XK_Shift_L, none, true},       {XK_ISO_Level3_Shift, shift, true},
+               {XK_Tab, shift, true},          {XK_Tab, alt, false},
+               {XK_Escape, none, true},        {XK_Left, none, true},
+               {XK_comma, control, true},      {XK_comma, none, false},
+               {XK_s, control, false},         {XK_a, none, false, true},
+               {XK_BackSpace, none, false},    {XK_space, none, false},
+               {XK_space, none, true, true},   {XK_Return, none, false},
+               {XK_KP_Enter, none, true, true}};
+  for (const auto& [keysym, state, isForPopover, isOnControl] : cases) {
+    EXPECT_EQ(platform::ui::isForPopover(keysym, state, isOnControl), isForPopover) << keysym << " with " << state;
+  }
 }
 
 TEST(RelativeTime, ChangesItsWordsAtItsThresholds) {

@@ -26,8 +26,8 @@ void ApplicationScene::beginNotifications() {
   notificationService = startNotificationService(desktop);
 }
 
-std::optional<Ending> ApplicationScene::startAgain() const {
-  return ChildProcess({Guard::programUnderTest()}, ChildProcess::Options{desktop.environment()}).ending();
+std::optional<Ending> ApplicationScene::startAgainIn(const Environment& environment) {
+  return ChildProcess({Guard::programUnderTest()}, ChildProcess::Options{environment}).ending();
 }
 
 void ApplicationScene::openPopover() {

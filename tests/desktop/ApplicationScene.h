@@ -22,8 +22,9 @@ struct ApplicationScene : Scene {
   void begin(Environment besides = {});
   void beginNotifications();
 
-  // Starts the program once more, and tells how that one ended.
-  std::optional<Ending> startAgain() const;
+  // Starts the program once more, as a user does with a launcher or as any program may, and tells how that one ended.
+  std::optional<Ending> startAgain() const { return startAgainIn(desktop.environmentByLauncher()); }
+  std::optional<Ending> startAgainUnasked() const { return startAgainIn(desktop.environment()); }
   bool isPopoverOpen() const { return reader.find(program, "Quit Varnolet").has_value(); }
   // As a user without a mouse does. Returns when it is open and has the keyboard.
   void openPopover();
@@ -59,6 +60,7 @@ struct ApplicationScene : Scene {
   std::optional<Panel> panel;
 
  private:
+  static std::optional<Ending> startAgainIn(const Environment& environment);
   std::optional<Accessible> tab();
 };
 

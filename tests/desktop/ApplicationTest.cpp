@@ -28,16 +28,43 @@ TEST_F(Application, GuardsSoonRunsOnceAndLeavesTheKeyboardFree) {
   EXPECT_LT(elapsed, soon);
   scene.expectIcon(Panel::Icon::green, "guarding");
 
+  EXPECT_EQ(scene.startAgainUnasked(), orderly) << "a start by some program";
+  EXPECT_NO_THROW(scene.reader.await(scene.notifications, "Varnolet is running"));
+  EXPECT_FALSE(scene.isPopoverOpen()) << "it takes the keys of whoever types";
+
   EXPECT_EQ(scene.startAgain(), orderly) << "a second start";
   EXPECT_TRUE(eventually([&] { return scene.isPopoverOpen(); })) << "after a second start";
   EXPECT_TRUE(scene.editor.isFocused()) << "the popover took the focus from the application in front";
   EXPECT_EQ(scene.startAgain(), orderly) << "a third start";
   EXPECT_TRUE(eventually([&] { return !scene.isPopoverOpen(); })) << "after a third start";
 
-  scene.openPopover();
+  scene.typist.tap(keyReturn);
+  EXPECT_EQ(scene.startAgainUnasked(), orderly);
+  EXPECT_TRUE(eventually([&] { return scene.isPopoverOpen(); })) << "after a start from a terminal";
   EXPECT_EQ(scene.guard->stop(), orderly);
   scene.expectKeyboardIsFree("after the end of the program with its popover open");
   scene.expectIcon(Panel::Icon::none, "after the end");
+}
+
+TEST_F(Application, GivesTheKeysThatAreNotForItsPopoverToTheApplicationInFront) {
+  scene.begin();
+  const struct {
+    std::vector<KeyCode> operating;
+    std::vector<KeyCode> writing;
+  } cases[] = {{{}, {keySpace, keyA, keyTab, keyB}},
+               {{}, {keyReturn, keyA}},
+               {{keyTab, keyRight, keyEscape}, {keyA}},
+               {{keyLeftShift, keyTab}, {keyA, keySpace, keyReturn}}};
+  for (const auto& keys : cases) {
+    scene.openPopover();
+    scene.startAfresh();
+    for (const KeyCode key : keys.operating) scene.typist.tap(key);
+    for (const KeyCode key : keys.writing) scene.typist.tap(key);
+    EXPECT_TRUE(eventually([&] { return scene.editor.presses() == keys.writing; })) << scene.account();
+    EXPECT_TRUE(eventually([&] { return !scene.isPopoverOpen(); }));
+    scene.expectAllKeysUp("after writing");
+  }
+  scene.expectIcon(Panel::Icon::green, "nothing was pressed");
 }
 
 TEST_F(Application, ThatStandsStillWithItsPopoverOpenGivesKeyboardAndPointerBackWithinASecond) {

@@ -37,6 +37,8 @@ TEST_F(Reach, ThePopover) {
   const Names footer{"View blocked events log", "Open whitelist settings", "Open settings", "Quit Varnolet"};
   Names stops{"Pause focus protection for one hour", "Pause focus protection until manually re-enabled"};
   stops.insert(stops.end(), footer.begin(), footer.end());
+  EXPECT_EQ(scene.focused()->name, "Varnolet") << "somebody who goes on typing presses a button";
+  scene.tabTo(stops.front());
   expectTabStops(stops, "popover");
   scene.tabTo("Pause focus protection until manually re-enabled");
   scene.typist.tap(keyReturn);

@@ -15,8 +15,8 @@ namespace {
 
 using namespace stage;
 
-// The popover's buttons, from the one that has the keyboard focus at first.
-enum PopoverButton { pauseForOneHour = 0, viewLog = 2, settings = 4 };
+// The popover's buttons, by how often Tab is pressed to come to them.
+enum PopoverButton { pauseForOneHour = 1, viewLog = 3, settings = 5 };
 
 // For people to look at: windows, and what animates, have come to rest.
 void letItDraw() {
@@ -36,7 +36,7 @@ void Tour::take(const char* picture) const {
 
 // A second start tells the program that runs.
 void Tour::openPopover() const {
-  desktop_.run({program_.string()});
+  ChildProcess({program_.string()}, ChildProcess::Options{desktop_.environmentByLauncher()}).ending();
   letItDraw();
 }
 
@@ -50,6 +50,7 @@ void Tour::choose(Typist& typist, int button) const {
 void Tour::walkThroughWindows(Typist& typist) const {
   openPopover();
   take("popover.png");
+  for (int i = 0; i < pauseForOneHour; ++i) typist.tap(keyTab);
   typist.tap(keyReturn);
   letItDraw();
   take("paused.png");

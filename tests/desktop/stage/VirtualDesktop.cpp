@@ -128,6 +128,15 @@ bool VirtualDesktop::windowManagerAnswers() const {
   return answers;
 }
 
+Environment VirtualDesktop::environmentByLauncher() const {
+  // The X server's clock is this one, if less exact.
+  const auto now = std::chrono::steady_clock::now().time_since_epoch() - std::chrono::milliseconds(100);
+  const auto time = static_cast<std::uint32_t>(std::chrono::duration_cast<std::chrono::milliseconds>(now).count());
+  Environment launched = environment_;
+  launched["DESKTOP_STARTUP_ID"] = "stage-launcher_TIME" + std::to_string(time);
+  return launched;
+}
+
 xcb_window_t VirtualDesktop::activeWindow() const {
   return connection_->value(connection_->root(), "_NET_ACTIVE_WINDOW");
 }

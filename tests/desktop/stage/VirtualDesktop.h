@@ -36,6 +36,8 @@ class VirtualDesktop {
 
   const std::string& display() const { return display_; }
   const Environment& environment() const { return environment_; }
+  // Of a program that a launcher starts because the user has just told it to.
+  Environment environmentByLauncher() const;
   const std::filesystem::path& home() const { return home_.path(); }
   void giveFoldersTo(unsigned user) const;
   // For questions of the test's own thread.

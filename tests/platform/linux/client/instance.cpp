@@ -1,6 +1,7 @@
-// instance_client: claims to be the one "app.test.Instance" and says whether it is "primary" or "second", and
-// "reopened" when it is started again. It takes "handle" on standard input as the time to set the handler. Ends as a
-// second one, and with standard input.
+// instance_client: claims to be the one "app.test.Instance", started by a launcher at 4711, and says whether it is
+// "primary" or "second", and "reopened" when it is started again: "at" what time of a launcher, and "by" a process or
+// not. It takes "handle" on standard input as the time to set the handler. Ends as a second one, and with standard
+// input.
 #include <QCoreApplication>
 #include <QSocketNotifier>
 #include <iostream>
@@ -11,7 +12,7 @@
 int main(int argc, char** argv) {
   using platform::linux_desktop::ApplicationInstance;
   const QCoreApplication application(argc, argv);
-  ApplicationInstance instance("app.test.Instance");
+  ApplicationInstance instance("app.test.Instance", "launcher_TIME4711");
   const bool isPrimary = instance.claim() == ApplicationInstance::Claim::primary;
   std::cout << (isPrimary ? "primary" : "second") << std::endl;
   if (!isPrimary) return 0;
@@ -19,7 +20,12 @@ int main(int argc, char** argv) {
   QObject::connect(&input, &QSocketNotifier::activated, &input, [&instance] {
     std::string line;
     if (!std::getline(std::cin, line)) QCoreApplication::quit();
-    if (line == "handle") instance.setReopenHandler([] { std::cout << "reopened" << std::endl; });
+    if (line != "handle") return;
+    instance.setReopenHandler([](const auto& start) {
+      std::cout << "reopened";
+      for (const auto stamp : start.stamps) std::cout << " at " << stamp;
+      std::cout << (start.starts.empty() ? "" : " by a process") << std::endl;
+    });
   });
   return QCoreApplication::exec();
 }
