@@ -46,11 +46,6 @@ void InputStream::send(InputEvent::Contents contents) {
   executor_.waitUntil([ended] { return ended->load(); }, "a tap keeps an event without an answer");
 }
 
-std::size_t InputStream::eventsUnderWay() const {
-  const std::lock_guard lock(mutex_);
-  return waiting_.size() + (underWay_ ? 1 : 0);
-}
-
 void InputStream::disableTaps(CGEventType notice) {
   std::vector<std::shared_ptr<Tap>> disabled;
   {
@@ -181,8 +176,7 @@ void InputStream::end(bool suppressed) {
   const InputEvent& event = *underWay_->event;
   if (!underWay_->isNotice) {
     const auto& contents = event.contents();
-    InputRecord record{
-        contents.type, contents.key, contents.flags, contents.location, event.isPosted(), suppressed, {}};
+    InputRecord record{contents.type, contents.key, contents.flags, contents.location, suppressed, {}};
     if (!suppressed && underWay_->destination) record.application = underWay_->destination->processIdentifier();
     records_.push_back(record);
   }

@@ -32,7 +32,6 @@ class InputStream final : public EventServices {
   void setLocation(CGPoint location) { location_ = location; }
   void makeEventsUncopyable(bool uncopyable) { areEventsCopyable_ = !uncopyable; }
   const std::vector<InputRecord>& records() const { return records_; }
-  std::size_t eventsUnderWay() const;
 
   void grantInputMonitoring(bool granted) { isInputMonitoringGranted_ = granted; }
   void allowActiveTaps(bool allow) { areActiveTapsAllowed_ = allow; }

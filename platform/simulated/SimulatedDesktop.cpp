@@ -114,9 +114,6 @@ void SimulatedDesktop::makeEventsUncopyable(bool uncopyable) {
   input_->makeEventsUncopyable(uncopyable);
 }
 
-const std::vector<InputRecord>& SimulatedDesktop::inputRecords() const {
-  return input_->records();
-}
 std::vector<InputRecord> SimulatedDesktop::inputDeliveredTo(const NSRunningApplication& application) const {
   std::vector<InputRecord> delivered;
   std::ranges::copy_if(input_->records(), std::back_inserter(delivered), [&](const InputRecord& record) {
@@ -133,9 +130,6 @@ std::string SimulatedDesktop::textIn(const NSRunningApplication& application) co
 }
 std::size_t SimulatedDesktop::suppressedEvents() const {
   return static_cast<std::size_t>(std::ranges::count_if(input_->records(), &InputRecord::suppressed));
-}
-std::size_t SimulatedDesktop::eventsUnderWay() const {
-  return input_->eventsUnderWay();
 }
 
 void SimulatedDesktop::grantInputMonitoring(bool granted) {

@@ -89,7 +89,6 @@ struct InputRecord {
   char key = 0;  // 0 for what is not a key
   CGEventFlags flags = 0;
   CGPoint location;
-  bool own = false;         // posted by the program
   bool suppressed = false;  // dropped by a tap
   // Which process it reached; absent if it was suppressed, or nobody was in front.
   std::optional<std::int32_t> application;
@@ -165,13 +164,10 @@ class SimulatedDesktop : public Desktop {
   // From now on new events cannot be copied, as those that have reached an application already.
   void makeEventsUncopyable(bool uncopyable = true);
 
-  const std::vector<InputRecord>& inputRecords() const;
   std::vector<InputRecord> inputDeliveredTo(const NSRunningApplication& application) const;
   // The keys of the key-down events that reached the application, in order.
   std::string textIn(const NSRunningApplication& application) const;
   std::size_t suppressedEvents() const;
-  // Posted events that are still under way.
-  std::size_t eventsUnderWay() const;
 
   // Event taps. They need Input Monitoring, active ones Accessibility too.
   void grantInputMonitoring(bool granted = true);

@@ -147,7 +147,7 @@ TEST_F(AppDelegateTest, TheSessionAndTheScreensStopAndStartTheEngine) {
   announce(NSWorkspaceScreensDidWakeNotification);
   EXPECT_EQ(starts(), 2U);
   EXPECT_EQ(delegate().onboardingWindow(), nullptr) << "only the launch welcomes";
-  application_.terminate();
+  click(openPopover(), "Quit Varnolet");
   EXPECT_EQ(stops(), 3U);
 }
 
@@ -169,6 +169,9 @@ TEST_F(AppDelegateTest, WhatTheUserSwitchedOffOutlastsAStopOfTheEngineAndNothing
   EXPECT_TRUE(isOnAfterStopAndStart());
   delegate().pauseManager()->pauseIndefinitely();
   EXPECT_FALSE(isOnAfterStopAndStart());
+  state.setIsEnabled(true);  // with the switch of the settings
+  becomeActive();
+  EXPECT_TRUE(state.isEnabled()) << "the engine runs on";
   delegate().pauseManager()->resume();
   delegate().pauseManager()->pauseForOneHour();
   announce(NSWorkspaceSessionDidResignActiveNotification);
@@ -186,17 +189,6 @@ TEST_F(AppDelegateTest, AnHourOfPauseIsOverAfterASleepOfThatLength) {
   desktop_.setWallClock(platform::dateNow() + 1min);
   announce(NSWorkspaceScreensDidWakeNotification);
   EXPECT_FALSE(delegate().pauseManager()->isPaused());
-  EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
-}
-
-TEST_F(AppDelegateTest, BecomingActiveLeavesARunningEngineAsTheUserSetIt) {
-  launchAndGuard();
-  delegate().focusGuardState()->setIsEnabled(false);
-  becomeActive();
-  EXPECT_FALSE(delegate().focusGuardState()->isEnabled());
-  delegate().pauseManager()->pauseIndefinitely();
-  delegate().focusGuardState()->setIsEnabled(true);  // with the switch of the settings
-  becomeActive();
   EXPECT_TRUE(delegate().focusGuardState()->isEnabled());
 }
 
@@ -269,12 +261,6 @@ TEST_F(AppDelegateTest, AClickThatClosesThePopoverDoesNotOpenItAgain) {
   openPopover();
   QTest::keyClick(&popover, Qt::Key_Escape);
   EXPECT_FALSE(popover.isVisible());
-}
-
-TEST_F(AppDelegateTest, QuittingFromThePopoverStopsTheEngine) {
-  launchAndGuard();
-  click(openPopover(), "Quit Varnolet");
-  EXPECT_EQ(stops(), 1U);
 }
 
 TEST_F(AppDelegateTest, ThereIsOneSettingsWindowAtATimeButALogWindowForEachRequest) {

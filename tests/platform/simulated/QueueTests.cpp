@@ -106,17 +106,5 @@ TEST(QueueAtTheEnd, a_desktop_that_goes_away_unwinds_threads_out_of_their_run_lo
   EXPECT_EQ(held.use_count(), 1);
 }
 
-TEST(QueueDeathTest, a_deadlock_ends_the_process_with_a_message) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  SimulatedDesktop desktop;
-  EXPECT_DEATH(
-      {
-        const auto queue = dispatchQueueCreate("tap", QualityOfService::standard);
-        queue->async(runLoopOf(createTap()));
-        queue->sync([] {});
-      },
-      "deadlock: sync\\(\\) waits for earlier work of queue tap");
-}
-
 }  // namespace
 }  // namespace platform::simulated
