@@ -80,6 +80,27 @@ std::vector<DeviceId> InputDevices::goneWith(const xcb_input_hierarchy_event_t& 
   return gone;
 }
 
+std::vector<std::pair<DeviceId, bool>> InputDevices::movedWith(const xcb_input_hierarchy_event_t& event) {
+  constexpr std::uint32_t isMoved = XCB_INPUT_HIERARCHY_MASK_SLAVE_ATTACHED | XCB_INPUT_HIERARCHY_MASK_SLAVE_DETACHED;
+  std::vector<std::pair<DeviceId, bool>> moved;
+  for (auto it = xcb_input_hierarchy_infos_iterator(&event); it.rem; xcb_input_hierarchy_info_next(&it)) {
+    if (!(it.data->flags & isMoved)) continue;
+    moved.emplace_back(it.data->deviceid, it.data->flags & XCB_INPUT_HIERARCHY_MASK_SLAVE_ATTACHED);
+  }
+  return moved;
+}
+
+void InputDevices::detach(DeviceId device) {
+  struct {
+    std::uint16_t type = XCB_INPUT_HIERARCHY_CHANGE_TYPE_DETACH_SLAVE;
+    std::uint16_t length = sizeof(xcb_input_detach_slave_t) / 4;
+    DeviceId device = 0;
+    std::uint16_t unused = 0;
+  } change;
+  change.device = device;
+  xcb_input_xi_change_hierarchy(connection_, 1, reinterpret_cast<const xcb_input_hierarchy_change_t*>(&change));
+}
+
 // The server marks its own XTEST devices with a property.
 bool InputDevices::isXtest(DeviceId device) {
   const auto property = replyTo(

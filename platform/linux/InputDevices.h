@@ -4,6 +4,7 @@
 #include <xcb/xinput.h>
 
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/KeyStroke.h"
@@ -19,13 +20,17 @@ class InputDevices {
   // Negotiates XInput 2.2, XTEST and XKB; false if the server lacks one of them.
   bool isSupported();
   // Asks the server anew which devices there are, and asks for the raw events of those that are physical, and for what
-  // is typed through XTEST. A keyboard
-  // that we hold floats; `ours` names those, all other floating ones are somebody else's business.
+  // is typed through XTEST. A keyboard that we hold floats; `ours` names those, all other floating ones are somebody
+  // else's business.
   void refresh(const std::vector<DeviceId>& ours);
   // Asks to be told when devices come and go.
   void watchHierarchy();
   // The devices that went, or were switched off, with this event. Others may have their numbers by now.
   static std::vector<DeviceId> goneWith(const xcb_input_hierarchy_event_t& event);
+  // The devices that somebody attached to a master, or made float, with this event; our own grabs tell none.
+  static std::vector<std::pair<DeviceId, bool /*isAttached*/>> movedWith(const xcb_input_hierarchy_event_t& event);
+  // Makes it float: applications get nothing of it.
+  void detach(DeviceId device);
   void forget(DeviceId device) { std::erase(keyboards_, device); }
 
   // The physical keyboards.

@@ -23,11 +23,24 @@ void KeyboardGate::close(const std::vector<DeviceId>& keyboards) {
 void KeyboardGate::open() {
   isClosed_ = false;
   for (auto& [keyboard, side] : sides_) {
-    if (!side.isGrabbed()) continue;
-    const auto cookie = xcb_input_xi_ungrab_device(connection_, XCB_CURRENT_TIME, keyboard);
-    side.boundaries.push_back({cookie.sequence, false});
+    if (side.isGrabbed()) ungrab(keyboard, side);
   }
   xcb_flush(connection_);
+}
+
+void KeyboardGate::release(DeviceId keyboard) {
+  const auto side = sides_.find(keyboard);
+  if (side != sides_.end() && side->second.isGrabbed()) ungrab(keyboard, side->second);
+}
+
+void KeyboardGate::ungrab(DeviceId keyboard, Side& side) {
+  const auto cookie = xcb_input_xi_ungrab_device(connection_, XCB_CURRENT_TIME, keyboard);
+  side.boundaries.push_back({cookie.sequence, false});
+}
+
+bool KeyboardGate::isGrabbed(DeviceId keyboard) const {
+  const auto side = sides_.find(keyboard);
+  return side != sides_.end() && side->second.isGrabbed();
 }
 
 std::vector<DeviceId> KeyboardGate::grabbed() const {

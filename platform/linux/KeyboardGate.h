@@ -20,6 +20,9 @@ class KeyboardGate {
   // Grabs these keyboards. Those that are grabbed already stay so.
   void close(const std::vector<DeviceId>& keyboards);
   void open();
+  // Ends the grab of one keyboard. The next close() takes it anew.
+  void release(DeviceId keyboard);
+  bool isGrabbed(DeviceId keyboard) const;
   // The keyboards that are grabbed now: they float until the gate opens.
   std::vector<DeviceId> grabbed() const;
   // A keyboard went away at the event reached last, and the grab then in force with it. One that was asked for later is
@@ -46,6 +49,7 @@ class KeyboardGate {
     bool isGrabbed() const { return boundaries.empty() ? isHeld : boundaries.back().isHeld; }
   };
 
+  void ungrab(DeviceId keyboard, Side& side);
   bool isGranted(const Boundary& boundary);
 
   XcbConnection& connection_;

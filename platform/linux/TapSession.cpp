@@ -6,6 +6,7 @@
 
 #include "platform/Log.h"
 #include "platform/linux/FrontmostOnThread.h"
+#include "platform/linux/Gestures.h"
 #include "platform/linux/ServerGrab.h"
 
 namespace platform::linux_desktop {
@@ -18,40 +19,12 @@ constexpr std::chrono::milliseconds quietBeforeOpening{1500};
 // While the gate is closed the watchdog wants to hear from us well within its patience.
 constexpr std::chrono::milliseconds beatInterval{100};
 constexpr std::chrono::milliseconds recheckInterval{1000};
+// As long as a capture lasts by default: a key that waits longer comes too late to be of use.
+constexpr std::chrono::milliseconds longestWaitForGrab{500};
 // With the gate open no shortcut can be made to wait, so it opens only when even an overloaded desktop has settled.
 constexpr std::chrono::milliseconds settlingBeforeOpening{500};
 // The keyboard is handed back in a pause of the typing, not between two keys: each change tells every program of it.
 constexpr std::chrono::milliseconds pauseBeforeHandingBack{500};
-
-// Nothing for wheel buttons.
-std::optional<CGEventType> typeOfButton(std::uint32_t button) {
-  switch (button) {
-    case 1:
-      return kCGEventLeftMouseDown;
-    case 3:
-      return kCGEventRightMouseDown;
-    case 4:
-    case 5:
-    case 6:
-    case 7:
-      return std::nullopt;
-    default:
-      return kCGEventOtherMouseDown;
-  }
-}
-
-bool isGesture(CGEventType type, const CGEvent& event) {
-  switch (type) {
-    case kCGEventLeftMouseDown:
-    case kCGEventRightMouseDown:
-    case kCGEventOtherMouseDown:
-      return true;
-    case kCGEventKeyDown:
-      return (CGEventGetFlags(event) & kCGEventFlagMaskCommand) != 0;
-    default:
-      return false;
-  }
-}
 
 }  // namespace
 
@@ -154,7 +127,7 @@ bool TapSession::perform() {
   if (!std::exchange(isDeskOpen_, true)) desk_->open();
   watchdog_->beat();
   keymaps_.noteEndOfCopies();
-  if (handleInbox() || handleActivations() || handleSettling()) return true;
+  if (handleInbox() || handleActivations() || handleSettling() || handleEndOfGrab()) return true;
   if (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) {
     take(*event);
     return true;
@@ -181,6 +154,19 @@ bool TapSession::handleInbox() {
 bool TapSession::handleSettling() {
   if (!isAwaitingSettling_ || Clock::now() < emitter_.settlesAt()) return false;
   isAwaitingSettling_ = false;
+  advance();
+  settle();
+  return true;
+}
+
+// What was typed before another program's grab goes when that ends, and is dropped if it does not.
+bool TapSession::handleEndOfGrab() {
+  if (!grabWaitEnds_) return false;
+  if (isGrabUninvited()) {
+    if (Clock::now() < *grabWaitEnds_) return false;
+    while (queue_.ready()) queue_.removeFirst();
+  }
+  grabWaitEnds_.reset();
   advance();
   settle();
   return true;
@@ -233,9 +219,12 @@ void TapSession::handleInput(const xcb_ge_generic_event_t& event) {
     case XCB_INPUT_RAW_BUTTON_RELEASE:
       handleButton(reinterpret_cast<const xcb_input_raw_button_press_event_t&>(event));
       return;
-    case XCB_INPUT_FOCUS_OUT:
-      tell(intent_.focusLeft(reinterpret_cast<const xcb_input_focus_out_event_t&>(event)));
+    case XCB_INPUT_FOCUS_OUT: {
+      const auto command = intent_.focusLeft(reinterpret_cast<const xcb_input_focus_out_event_t&>(event));
+      if (command == Command::shortcut) isGrabInvited_ = true;
+      tell(command);
       return;
+    }
     case XCB_INPUT_ENTER: {
       const auto& entry = reinterpret_cast<const xcb_input_enter_event_t&>(event);
       pointer_ = {static_cast<double>(entry.root_x >> 16), static_cast<double>(entry.root_y >> 16)};
@@ -243,15 +232,24 @@ void TapSession::handleInput(const xcb_ge_generic_event_t& event) {
       return;
     }
     case XCB_INPUT_HIERARCHY:
-      for (const DeviceId device :
-           InputDevices::goneWith(reinterpret_cast<const xcb_input_hierarchy_event_t&>(event))) {
-        forget(device);
-      }
-      refreshDevices();
+      handleHierarchy(reinterpret_cast<const xcb_input_hierarchy_event_t&>(event));
       return;
     default:
       return;
   }
+}
+
+void TapSession::handleHierarchy(const xcb_input_hierarchy_event_t& event) {
+  for (const DeviceId device : InputDevices::goneWith(event)) forget(device);
+  // Others moved a keyboard that we hold: one that they attached types past the gate, and one that they made float the
+  // end of our grab would attach again.
+  for (const auto& [keyboard, isAttached] : InputDevices::movedWith(event)) {
+    if (!gate_.isGrabbed(keyboard)) continue;
+    const ServerGrab grab(*connection_);
+    gate_.release(keyboard);
+    if (!isAttached) devices_.detach(keyboard);
+  }
+  refreshDevices();
 }
 
 void TapSession::handleRawKey(const xcb_input_raw_key_press_event_t& event) {
@@ -328,6 +326,7 @@ void TapSession::tell(std::optional<Command> command) {
 void TapSession::noteFocus(FocusWatch::Sign sign) {
   if (sign == FocusWatch::Sign::none) return;
   front_.reset();
+  if (sign == FocusWatch::Sign::grabBegan) isGrabInvited_ = false;
   isGrabbedElsewhere_ =
       sign == FocusWatch::Sign::grabBegan || (isGrabbedElsewhere_ && sign != FocusWatch::Sign::grabEnded);
   disturb();
@@ -373,6 +372,12 @@ void TapSession::advance() {
     }
     const ServerGrab grab(*connection_);
     const auto front = frontForKey();
+    // With the answer has come all that was before it, a grab among it. Keys that came too are behind this one.
+    takeQueued();
+    if (isGrabUninvited()) {
+      if (!grabWaitEnds_) grabWaitEnds_ = Clock::now() + longestWaitForGrab;
+      return;
+    }
     if (entry.state == KeyQueue::State::posted || front != entry.destination) {
       TapEvent event(entry.stroke, entry.ordinal, inbox_);
       if (!judge(entry.stroke.type, event, front)) {

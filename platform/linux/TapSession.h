@@ -58,8 +58,10 @@ class TapSession {
   bool handleInbox();
   bool handleActivations();
   bool handleSettling();
+  bool handleEndOfGrab();
   void take(const xcb_generic_event_t& event);
   void handleInput(const xcb_ge_generic_event_t& event);
+  void handleHierarchy(const xcb_input_hierarchy_event_t& event);
   void handleRawKey(const xcb_input_raw_key_press_event_t& event);
   void handleKey(DeviceId keyboard, KeyCode key, bool isPress);
   void handleButton(const xcb_input_raw_button_press_event_t& event);
@@ -71,6 +73,8 @@ class TapSession {
   void judgeDelivered(const KeyStroke& stroke);
   void admit(const KeyStroke& stroke);
   void advance();
+  // Another program grabbed the keyboard of its own accord: what was typed before is not for it.
+  bool isGrabUninvited() const { return isGrabbedElsewhere_ && !isGrabInvited_; }
   bool mustSettle(const KeyStroke& stroke) const;
   bool judge(CGEventType type, TapEvent& event, std::optional<pid_t> front);
   std::optional<pid_t> frontForKey();
@@ -106,9 +110,11 @@ class TapSession {
   // Valid while the gate is open: nothing has moved the focus since it was asked for.
   std::optional<std::optional<pid_t>> front_;
   bool isGrabbedElsewhere_ = false;
-  bool isAwaitingSettling_ = false;  // the first key of the queue is
-  DeviceId typist_ = 0;              // the keyboard that was typed on last
-  CGPoint pointer_;                  // where a mouse came into a window last
+  bool isGrabInvited_ = false;  // a key that was typed began the grab, so what follows it is meant for that program
+  std::optional<Clock::time_point> grabWaitEnds_;  // if the queue waits for the end of a grab
+  bool isAwaitingSettling_ = false;                // the first key of the queue is
+  DeviceId typist_ = 0;                            // the keyboard that was typed on last
+  CGPoint pointer_;                                // where a mouse came into a window last
   Clock::time_point lastDisturbance_;
   Clock::time_point lastRecheck_;
   Clock::time_point handedBack_;  // the applications' keyboard to the hardware, lately

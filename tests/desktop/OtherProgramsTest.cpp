@@ -1,5 +1,7 @@
 // What else happens to a desktop: menus and lockers, keyboards that come and go, window managers that change, a server
 // that dies.
+#include <thread>
+
 #include "Scene.h"
 
 namespace {
@@ -62,6 +64,29 @@ TEST_P(OtherPrograms, GrabWithAKeyDownAndLeaveNoneBehind) {
   ASSERT_NO_FATAL_FAILURE(scene.expectWordSurvives(Theft::byNewWindow, "after the grab"));
 }
 
+TEST_P(OtherPrograms, GetNothingThatWasTypedBeforeTheyGrabbed) {
+  using namespace std::chrono;
+  constexpr milliseconds grabLasts = 250ms;
+  for (const milliseconds later : {10ms, 30ms, 60ms, 90ms}) {
+    scene.startAfresh();
+    scene.typist.tap(keyA);
+    ASSERT_TRUE(scene.editorGotAll());
+    steal(scene.thief, Theft::byRequest);
+    const auto stolen = steady_clock::now();
+    for (std::size_t i = 0; steady_clock::now() - stolen < later; ++i) {
+      scene.typist.tap(characterKeys()[i % characterKeys().size()]);
+      std::this_thread::sleep_for(3ms);
+    }
+    scene.thief.tell("grab");
+    std::this_thread::sleep_for(grabLasts);
+    scene.thief.tell("ungrab");
+    EXPECT_TRUE(scene.editorGotAll()) << "grabbed after " << later.count() << " ms: " << scene.account();
+    EXPECT_TRUE(scene.lostAndDoubled().isNone()) << scene.account();
+    EXPECT_EQ(scene.thief.pressCount(), 0u) << "grabbed after " << later.count() << " ms";
+    EXPECT_TRUE(eventually([&] { return scene.editor.isFocused(); })) << "the editor stays behind";
+  }
+}
+
 INSTANTIATE_UNDER_WINDOW_MANAGERS(OtherPrograms);
 
 class Keyboards : public UnderWindowManager {
@@ -89,6 +114,17 @@ TEST_P(Keyboards, LeaveNoKeyDownWhenTheyGoAndAreCoveredWhenTheyComeBack) {
   ASSERT_NO_FATAL_FAILURE(scene.expectWordSurvives(Theft::byNewWindow, "plugged in again with the gate closed"));
   ASSERT_NO_FATAL_FAILURE(scene.waitUntilGateOpens());
   scene.expectAllKeysUp("afterwards");
+}
+
+TEST_P(Keyboards, AreTakenAnewWhenOthersAttachThemAndLeftWhenOthersMakeThemFloat) {
+  ASSERT_NO_FATAL_FAILURE(scene.closeGate());
+  scene.keyboard.setAttached(true);
+  ASSERT_TRUE(eventually([&] { return scene.keyboard.isFloating(); })) << "attached by others, and not taken anew";
+  ASSERT_NO_FATAL_FAILURE(scene.expectWordSurvives(Theft::byRequest, "attached anew"));
+  scene.keyboard.setAttached(false);
+  ASSERT_TRUE(eventually([&] { return scene.keyboard.isFree(); })) << "made to float, and still held";
+  scene.guard.reset();
+  EXPECT_TRUE(scene.keyboard.isFloating()) << "made to float by others, and attached again";
 }
 
 INSTANTIATE_UNDER_WINDOW_MANAGERS(Keyboards);

@@ -80,6 +80,27 @@ void Keyboard::setEnabled(bool enabled) const {
   connection_.sync();
 }
 
+void Keyboard::setAttached(bool attached) const {
+  const auto master = xcb_input_xi_query_device_infos_iterator(devices(connection_, xtest_).get()).data->attachment;
+  const xcb_input_attach_slave_t attach{XCB_INPUT_HIERARCHY_CHANGE_TYPE_ATTACH_SLAVE, 2, hardware_, master};
+  const xcb_input_detach_slave_t detach{XCB_INPUT_HIERARCHY_CHANGE_TYPE_DETACH_SLAVE, 2, hardware_, {}};
+  const void* change = attached ? static_cast<const void*>(&attach) : &detach;
+  xcb_input_xi_change_hierarchy(connection_, 1, static_cast<const xcb_input_hierarchy_change_t*>(change));
+  connection_.sync();
+}
+
+bool Keyboard::isFree() const {
+  const std::uint32_t nothing = 0;
+  const auto grab =
+      answer(connection_, xcb_input_xi_grab_device_reply,
+             xcb_input_xi_grab_device(connection_, connection_.root(), XCB_CURRENT_TIME, XCB_CURSOR_NONE, hardware_,
+                                      XCB_INPUT_GRAB_MODE_22_ASYNC, XCB_INPUT_GRAB_MODE_22_ASYNC,
+                                      XCB_INPUT_GRAB_OWNER_NO_OWNER, 1, &nothing));
+  xcb_input_xi_ungrab_device(connection_, XCB_CURRENT_TIME, hardware_);
+  connection_.sync();
+  return grab && grab->status == XCB_GRAB_STATUS_SUCCESS;
+}
+
 void Keyboard::setRepeat(std::uint16_t delayMs, std::uint16_t intervalMs) const {
   constexpr std::size_t perKeyBytes = 32;
   const std::array<std::uint8_t, perKeyBytes> unused{};

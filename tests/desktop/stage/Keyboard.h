@@ -60,6 +60,11 @@ class Keyboard {
   KeySet keysDownOn(DeviceId device) const;
   // Switches the hardware keyboard off and on again: the nearest to unplugging that this server offers.
   void setEnabled(bool enabled) const;
+  // Attaches the hardware keyboard to the one that the applications know, or makes it float, as a settings program
+  // does.
+  void setAttached(bool attached) const;
+  // Whether nobody holds it back: it can be had for a moment.
+  bool isFree() const;
   // Of the hardware keyboard.
   void setRepeat(std::uint16_t delayMs, std::uint16_t intervalMs) const;
   // Switches to another group of the layout, as a layout switcher does: on the keyboard that the applications know.

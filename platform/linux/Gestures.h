@@ -1,0 +1,42 @@
+// What a press means to whoever asks whether the user wanted something.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "platform/CGEvent.h"
+
+namespace platform::linux_desktop {
+
+// Nothing for wheel buttons.
+inline std::optional<CGEventType> typeOfButton(std::uint32_t button) {
+  switch (button) {
+    case 1:
+      return kCGEventLeftMouseDown;
+    case 3:
+      return kCGEventRightMouseDown;
+    case 4:
+    case 5:
+    case 6:
+    case 7:
+      return std::nullopt;
+    default:
+      return kCGEventOtherMouseDown;
+  }
+}
+
+// The user says where to go.
+inline bool isGesture(CGEventType type, const CGEvent& event) {
+  switch (type) {
+    case kCGEventLeftMouseDown:
+    case kCGEventRightMouseDown:
+    case kCGEventOtherMouseDown:
+      return true;
+    case kCGEventKeyDown:
+      return (CGEventGetFlags(event) & kCGEventFlagMaskCommand) != 0;
+    default:
+      return false;
+  }
+}
+
+}  // namespace platform::linux_desktop
