@@ -25,9 +25,6 @@ class InputEvent final : public CGEvent {
   const Contents& contents() const { return contents_; }
   std::uint64_t origin() const { return origin_; }
 
-  void markPosted() { isPosted_ = true; }
-  bool isPosted() const { return isPosted_; }
-
   // Becomes true when the event's way has ended.
   const std::shared_ptr<std::atomic<bool>>& ended() const { return ended_; }
 
@@ -42,7 +39,6 @@ class InputEvent final : public CGEvent {
   Contents contents_;
   std::uint64_t origin_;
   bool isCopyable_;
-  bool isPosted_ = false;
   std::shared_ptr<std::atomic<bool>> ended_ = std::make_shared<std::atomic<bool>>(false);
 };
 

@@ -115,9 +115,7 @@ CFMachPortRef InputStream::createTap(CGEventTapLocation, CGEventTapPlacement pla
 }
 
 void InputStream::post(CGEventTapLocation, std::unique_ptr<CGEvent> event) {
-  std::unique_ptr<InputEvent> posted(static_cast<InputEvent*>(event.release()));
-  posted->markPosted();
-  enqueue(std::move(posted), nullptr);
+  enqueue(std::unique_ptr<InputEvent>(static_cast<InputEvent*>(event.release())), nullptr);
 }
 
 void InputStream::enqueue(std::unique_ptr<InputEvent> event, std::shared_ptr<Tap> noticeFor) {
