@@ -50,6 +50,8 @@ std::string_view describe(Command command) {
       return "the user started it";
     case Command::givenOn:
       return "the focus was given on";
+    case Command::chosen:
+      return "the user chose it";
     case Command::pointerEntered:
       return "the user moved the pointer into it";
   }
@@ -76,9 +78,9 @@ std::optional<Command> UserIntent::keyMoved(const Key& key, Moment when) {
     }
     // A command does not say that the user went on with something else; any other key does.
     if (!key.isCommand) leaveDeeds(when);
-    if (key.isCommand || confirms) addDeed(when);
+    if (key.isCommand || confirms) addDeed(when, command == Command::confirmedInGrab);
   }
-  if (command && isModifier(key.kind)) addDeed(when);
+  if (command && isModifier(key.kind)) addDeed(when, command == Command::leftSwitcher);
   return command;
 }
 
@@ -92,7 +94,7 @@ std::optional<Command> UserIntent::buttonMoved(bool isPress, Moment when) {
 std::optional<Command> UserIntent::grabBegan(std::uint32_t serverTime, Moment when) {
   // A grab that a key press activates bears the time of the press. One that a program asks for has its own.
   if (serverTime != lastArrival_) return std::nullopt;
-  addDeed(when);
+  addDeed(when, true);
   return Command::shortcut;
 }
 
@@ -103,6 +105,7 @@ void UserIntent::activationRequested(WindowId window, std::uint32_t stamp, Momen
 std::optional<Command> UserIntent::commandBehind(const Activation& activation, const ServerClock& clock,
                                                  Moment now) const {
   if (wasGivenOn(activation, now)) return Command::givenOn;
+  if (wasChosen(activation, now)) return Command::chosen;
   if (wasEntered(activation, now)) return Command::pointerEntered;
   if (wasStarted(activation, clock, now)) return Command::startedByUser;
   return std::nullopt;
@@ -127,6 +130,16 @@ bool UserIntent::wasGivenOn(const Activation& activation, Moment now) const {
          !wasRequestedSince(activation.window, *workspaceChanged_ - requestAhead);
 }
 
+// On a busy desktop a window manager moves the focus long after the key by which the user told it to: then too the
+// window was there, and asked for nothing.
+bool UserIntent::wasChosen(const Activation& activation, Moment now) const {
+  if (activation.isReturnUnderWay || deeds_.empty()) return false;
+  const Deed& deed = deeds_.back();
+  return deed.isChoice && !isLeft(deed) && now - deed.when <= longestHandover &&
+         !isSince(created_, activation.window, deed.when) && !isSince(appeared_, activation.window, deed.when) &&
+         !wasRequestedSince(activation.window, deed.when - requestAhead);
+}
+
 bool UserIntent::wasEntered(const Activation& activation, Moment now) const {
   const WindowId topLevel = activation.topLevel;
   if (!lastEntry_ || lastEntry_->topLevel != topLevel || topLevel == 0) return false;
@@ -136,11 +149,14 @@ bool UserIntent::wasEntered(const Activation& activation, Moment now) const {
          !isSince(appeared_, activation.window, settled) && !wasRequestedSince(activation.window, lastEntry_->when);
 }
 
+// What the user types once the application is up does not say that they had not waited for it.
+bool UserIntent::isLeft(const Deed& deed) const {
+  return deed.leftAt && !(focusMoved_ && *deed.leftAt >= *focusMoved_);
+}
+
 bool UserIntent::wasStarted(const Activation& activation, const ServerClock& clock, Moment now) const {
   const auto follows = [&](const Deed& deed, Moment origin) {
-    // What the user types once the application is up does not say that they had not waited for it.
-    const bool isLeft = deed.leftAt && !(focusMoved_ && *deed.leftAt >= *focusMoved_);
-    return !isLeft && now - deed.when <= longestStart && origin >= deed.when - inexactness &&
+    return !isLeft(deed) && now - deed.when <= longestStart && origin >= deed.when - inexactness &&
            origin <= deed.when + consequence;
   };
   for (const Moment start : activation.starts) {
@@ -159,8 +175,8 @@ bool UserIntent::wasStarted(const Activation& activation, const ServerClock& clo
          });
 }
 
-void UserIntent::addDeed(Moment when) {
-  append(deeds_, {when, std::nullopt}, mostDeeds);
+void UserIntent::addDeed(Moment when, bool isChoice) {
+  append(deeds_, {when, std::nullopt, isChoice}, mostDeeds);
 }
 
 void UserIntent::leaveDeeds(Moment when) {

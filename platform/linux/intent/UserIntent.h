@@ -22,6 +22,7 @@ enum class Command {
   buttonReleased,
   startedByUser,   // the application comes from a deed of the user
   givenOn,         // the focus went on from a window or a workspace that was left
+  chosen,          // of late in a switcher or a menu, or by a shortcut, and the window manager is slow
   pointerEntered,  // the pointer was moved into the window, and the focus follows it
 };
 // For the log; never says which key.
@@ -93,22 +94,26 @@ class UserIntent {
     Moment when;
   };
 
-  static void note(Sightings& sightings, WindowId window, Moment when);
-  static bool isSince(const Sightings& sightings, WindowId window, Moment since);
-  bool wasRequestedSince(WindowId window, Moment since) const;
-  void addDeed(Moment when);
-  void leaveDeeds(Moment when);
-
-  bool wasGivenOn(const Activation& activation, Moment now) const;
-  bool wasEntered(const Activation& activation, Moment now) const;
-  bool wasStarted(const Activation& activation, const ServerClock& clock, Moment now) const;
-
   // Something that the user did that may start an application.
   struct Deed {
     Moment when;
     // When the user went on with something else, if they did.
     std::optional<Moment> leftAt;
+    // It may have told the window manager which window to bring to the front.
+    bool isChoice = false;
   };
+
+  static void note(Sightings& sightings, WindowId window, Moment when);
+  static bool isSince(const Sightings& sightings, WindowId window, Moment since);
+  bool wasRequestedSince(WindowId window, Moment since) const;
+  void addDeed(Moment when, bool isChoice = false);
+  void leaveDeeds(Moment when);
+
+  bool isLeft(const Deed& deed) const;
+  bool wasGivenOn(const Activation& activation, Moment now) const;
+  bool wasChosen(const Activation& activation, Moment now) const;
+  bool wasEntered(const Activation& activation, Moment now) const;
+  bool wasStarted(const Activation& activation, const ServerClock& clock, Moment now) const;
 
   std::deque<Deed> deeds_;
   std::optional<Moment> focusMoved_;

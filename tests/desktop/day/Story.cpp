@@ -121,6 +121,7 @@ std::string Story::altTab(int steps, milliseconds held) {
   }
   pause(pace);
   typist_.release(keyLeftAlt);
+  orderBefore_ = order_;
   moveOn(order_.begin() + steps);
   return order_.front();
 }
@@ -209,6 +210,7 @@ void Story::awaitFile(const std::string& file, const std::string& text) const {
 }
 
 void Story::lookWhoIsInFront() {
+  order_ = orderBefore_;
   const auto front = std::find_if(order_.begin(), order_.end(), [&](auto& name) { return (*this)[name].isFocused(); });
   if (front != order_.end()) moveOn(front);
 }

@@ -152,6 +152,7 @@ class Story {
   int placed_ = 0;
   // Those that can have the focus, in the order of Alt-Tab.
   std::vector<std::string> order_;
+  std::vector<std::string> orderBefore_;  // before the last Alt-Tab
   std::optional<Guard> guard_;
 };
 

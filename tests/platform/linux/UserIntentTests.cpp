@@ -209,6 +209,22 @@ TEST(UserIntent, KnowsWhatNobodyTook) {
   });
 }
 
+TEST(UserIntent, KnowsWhatTheUserChose) {
+  expectAll({
+      {"a slow window manager, after Alt-Tab", "+alt +command grab -command 900 -alt 1700 activate:other",
+       Command::chosen},
+      {"after Enter in a menu", "grab +enter 800 activate:other", Command::chosen},
+      {"a window manager that never did it", "+alt +command grab -command 900 -alt 2000 activate:other", {}},
+      {"the user types on", "+alt +command grab -command 900 -alt 1000 letter 1100 activate:other", {}},
+      {"and types where the focus is by now",
+       "+alt +command grab -command 900 -alt 1000 focus letter 1100 activate:other", Command::chosen},
+      {"a window that appears meanwhile", "+alt +command grab -command 900 -alt map:other 1000 activate:other", {}},
+      {"one that asks meanwhile", "+alt +command grab -command 900 -alt ask 1000 activate:other", {}},
+      {"a thief, sent back just now", "+alt +command grab -command 900 -alt returning 1000 activate:other", {}},
+      {"Alt is let go after a mnemonic", "+alt command -alt 300 activate:other", {}},
+  });
+}
+
 TEST(UserIntent, KnowsWhereThePointerWent) {
   expectAll({
       {"into a window that was there", "create:other 1000 pointer:frame now-in:frame 1300 activate:other",
