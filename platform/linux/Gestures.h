@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "platform/CGEvent.h"
+#include "platform/linux/KeyStroke.h"
 
 namespace platform::linux_desktop {
 
@@ -37,6 +38,12 @@ inline bool isGesture(CGEventType type, const CGEvent& event) {
     default:
       return false;
   }
+}
+
+// The press may be for whoever has grabbed it, as window managers do with their shortcuts.
+inline bool mayBeShortcut(const KeyStroke& stroke) {
+  return stroke.isPress && stroke.type == kCGEventKeyDown &&
+         (stroke.flags & (kCGEventFlagMaskCommand | kCGEventFlagMaskControl)) != 0;
 }
 
 }  // namespace platform::linux_desktop

@@ -3,6 +3,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <optional>
@@ -30,6 +31,7 @@ class KeyQueue {
     State state = State::held;
     // The process that was in front when the key was passed.
     std::optional<pid_t> destination;
+    std::chrono::steady_clock::time_point arrived{};  // from the finger
   };
 
   bool isEmpty() const { return entries_.empty(); }

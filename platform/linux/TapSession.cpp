@@ -119,15 +119,14 @@ void TapSession::addPollDescriptors(std::vector<pollfd>& descriptors) const {
 std::optional<TapSession::Clock::time_point> TapSession::deadline() const {
   if (!gate_.isClosed()) return std::nullopt;
   const auto beat = Clock::now() + beatInterval;
-  // Past its time it waits for something else.
-  return emitter_.settlesAt() > Clock::now() ? std::min(beat, emitter_.settlesAt()) : beat;
+  return nextGoes_ ? std::min(beat, *nextGoes_) : beat;
 }
 
 bool TapSession::perform() {
   if (!std::exchange(isDeskOpen_, true)) desk_->open();
   watchdog_->beat();
   keymaps_.noteEndOfCopies();
-  if (handleInbox() || handleActivations() || handleSettling() || handleEndOfGrab()) return true;
+  if (handleInbox() || handleActivations() || handleTimeToGo() || handleEndOfGrab()) return true;
   if (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) {
     take(*event);
     return true;
@@ -150,10 +149,9 @@ bool TapSession::handleInbox() {
   return true;
 }
 
-// A shortcut that has waited goes now.
-bool TapSession::handleSettling() {
-  if (!isAwaitingSettling_ || Clock::now() < emitter_.settlesAt()) return false;
-  isAwaitingSettling_ = false;
+// What has waited for its time goes now.
+bool TapSession::handleTimeToGo() {
+  if (!nextGoes_ || Clock::now() < *nextGoes_) return false;
   advance();
   settle();
   return true;
@@ -172,14 +170,14 @@ bool TapSession::handleEndOfGrab() {
   return true;
 }
 
-// Whether the key may be part of a shortcut that nobody has at the moment.
-bool TapSession::mustSettle(const KeyStroke& stroke) const {
-  const bool isShortcut = (stroke.flags & (kCGEventFlagMaskCommand | kCGEventFlagMaskControl)) != 0;
-  return stroke.isPress && stroke.type == kCGEventKeyDown && isShortcut && Clock::now() < emitter_.settlesAt();
+// A shortcut waits until somebody has it. The rest of its chord then keeps its distance: window managers take the
+// keyboard in between, and would miss what comes at once.
+TapSession::Clock::time_point TapSession::timeToGo(const KeyQueue::Entry& entry) const {
+  const auto inPace = entry.arrived + chordDelay_;
+  return mayBeShortcut(entry.stroke) ? std::max(inPace, emitter_.settlesAt()) : inPace;
 }
 
-// An activation is told after everything that the server sent before it: all of that has come in when the server
-// answers a question that is asked now.
+// All that the server sent before an activation has come in when it answers a question that is asked now.
 bool TapSession::handleActivations() {
   auto waiting = desk_->takeAll();
   if (waiting.empty()) return false;
@@ -290,8 +288,7 @@ void TapSession::handleKey(DeviceId keyboard, KeyCode key, bool isPress) {
   settle();
 }
 
-// Told before anything is asked of the server, so that nothing can come between: the place is where the pointer was
-// seen last.
+// Told before anything is asked of the server: the place is where the pointer was seen last.
 void TapSession::handleButton(const xcb_input_raw_button_press_event_t& event) {
   const auto type = typeOfButton(event.detail);
   if (!type) return;
@@ -315,7 +312,7 @@ UserIntent::Key TapSession::intentOf(KeyCode key, bool isPress) {
   return intent;
 }
 
-// It goes to nobody, so it moves no focus, and there is nothing of it to hold.
+// It goes to nobody, so it moves no focus.
 void TapSession::tell(std::optional<Command> command) {
   if (!command) return;
   gestureLog.debug("command: %s", describe(*command));
@@ -332,7 +329,7 @@ void TapSession::noteFocus(FocusWatch::Sign sign) {
   disturb();
 }
 
-// The applications have the event already: the verdict can only tell that the next ones should be held.
+// The applications have it already: the verdict can only tell that the next ones should be held.
 void TapSession::judgeDelivered(const KeyStroke& stroke) {
   TapEvent event(stroke.flags, stroke.location);
   if (!judge(stroke.type, event, knownFront())) disturb();
@@ -341,9 +338,10 @@ void TapSession::judgeDelivered(const KeyStroke& stroke) {
 void TapSession::admit(const KeyStroke& stroke) {
   const KeyQueue::Ordinal ordinal = queue_.takeOrdinal();
   const bool isFirst = queue_.isEmpty();
-  if (isFirst && mustSettle(stroke)) {
-    queue_.append({ordinal, stroke, KeyQueue::State::posted, std::nullopt});
-    isAwaitingSettling_ = true;
+  const auto now = Clock::now();
+  if (isFirst && mayBeShortcut(stroke) && now < emitter_.settlesAt()) {
+    queue_.append({ordinal, stroke, KeyQueue::State::posted, std::nullopt, now});
+    nextGoes_ = emitter_.settlesAt();
     return;
   }
   TapEvent event(stroke, ordinal, inbox_);
@@ -353,21 +351,22 @@ void TapSession::admit(const KeyStroke& stroke) {
   const auto front = isFirst ? frontForKey() : focus_.frontmostProcess();
   if (!judge(stroke.type, event, front)) {
     disturb();
-    if (event.wasCopied()) queue_.append({ordinal, stroke, KeyQueue::State::held, std::nullopt});
+    if (event.wasCopied()) queue_.append({ordinal, stroke, KeyQueue::State::held, std::nullopt, now});
   } else if (isFirst) {
     emit(balance_.emit(stroke.key, stroke.isPress));
   } else {
-    queue_.append({ordinal, stroke, KeyQueue::State::passed, front});
+    queue_.append({ordinal, stroke, KeyQueue::State::passed, front, now});
   }
 }
 
-// Lets the keys go that nothing before them holds back. Posted ones enter the tap like any other key. A passed one
-// whose destination is no longer in front is judged anew: it must not reach whoever came in between.
+// Lets the keys go that nothing holds back. Posted ones enter the tap like any other key. A passed one whose
+// destination is no longer in front is judged anew: it must not reach whoever came in between.
 void TapSession::advance() {
+  nextGoes_.reset();
   while (const KeyQueue::Entry* first = queue_.ready()) {
     const KeyQueue::Entry entry = *first;
-    if (mustSettle(entry.stroke)) {
-      isAwaitingSettling_ = true;
+    if (const auto when = timeToGo(entry); when > Clock::now()) {
+      nextGoes_ = when;
       return;
     }
     const ServerGrab grab(*connection_);
@@ -391,7 +390,9 @@ void TapSession::advance() {
       }
     }
     queue_.removeFirst();
+    if (mayBeShortcut(entry.stroke) && entry.arrived < emitter_.settlesAt()) chordDelay_ = Clock::now() - entry.arrived;
     emit(balance_.emit(entry.stroke.key, entry.stroke.isPress));
+    if (queue_.isEmpty() || balance_.emittedDown().none()) chordDelay_ = {};
   }
 }
 
@@ -436,7 +437,7 @@ bool TapSession::wasDisturbedLately() const {
   return Clock::now() - lastDisturbance_ < quietBeforeOpening && watchdog_->isAnswering();
 }
 
-// True if the server was asked something: events may have come in with its answers that nothing else would wake us for.
+// True if the server was asked something: with its answers events may have come that nothing else would wake us for.
 bool TapSession::openIfQuiet() {
   if (!gate_.isClosed() || !queue_.isEmpty() || wasDisturbedLately()) return false;
   if (Clock::now() - handedBack_ < settlingBeforeOpening) return false;
@@ -462,8 +463,7 @@ bool TapSession::openIfQuiet() {
   return true;
 }
 
-// A finger may have gone up unseen, for example while another program grabbed the keyboard. Looked at now and then
-// only.
+// A finger may have gone up unseen, as while another program grabs the keyboard. Looked at now and then only.
 bool TapSession::recheckFingers() {
   if (Clock::now() - lastRecheck_ < recheckInterval) return false;
   lastRecheck_ = Clock::now();

@@ -57,7 +57,7 @@ class TapSession {
   void forget(DeviceId keyboard);
   bool handleInbox();
   bool handleActivations();
-  bool handleSettling();
+  bool handleTimeToGo();
   bool handleEndOfGrab();
   void take(const xcb_generic_event_t& event);
   void handleInput(const xcb_ge_generic_event_t& event);
@@ -75,7 +75,7 @@ class TapSession {
   void advance();
   // Another program grabbed the keyboard of its own accord: what was typed before is not for it.
   bool isGrabUninvited() const { return isGrabbedElsewhere_ && !isGrabInvited_; }
-  bool mustSettle(const KeyStroke& stroke) const;
+  Clock::time_point timeToGo(const KeyQueue::Entry& entry) const;
   bool judge(CGEventType type, TapEvent& event, std::optional<pid_t> front);
   std::optional<pid_t> frontForKey();
   std::optional<pid_t> knownFront();
@@ -112,7 +112,8 @@ class TapSession {
   bool isGrabbedElsewhere_ = false;
   bool isGrabInvited_ = false;  // a key that was typed began the grab, so what follows it is meant for that program
   std::optional<Clock::time_point> grabWaitEnds_;  // if the queue waits for the end of a grab
-  bool isAwaitingSettling_ = false;                // the first key of the queue is
+  std::optional<Clock::time_point> nextGoes_;      // if the first key of the queue waits for its time
+  Clock::duration chordDelay_{};                   // what is left of a chord comes so much later than it was typed
   DeviceId typist_ = 0;                            // the keyboard that was typed on last
   CGPoint pointer_;                                // where a mouse came into a window last
   Clock::time_point lastDisturbance_;
