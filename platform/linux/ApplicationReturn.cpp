@@ -66,6 +66,10 @@ bool ApplicationReturn::isAwaitedInsteadOf(pid_t process) const {
   return !wasSeen_ && process != process_ && underWay_.goal();
 }
 
+bool ApplicationReturn::isBringingBack(pid_t process) const {
+  return process == process_ && underWay_.goal();
+}
+
 void ApplicationReturn::noteFront(const Front& front) {
   history_.noteFront(front, Clock::now());
   attention_.noteFront(front.window);

@@ -36,6 +36,8 @@ class ApplicationReturn {
   bool isUndoing(std::optional<pid_t> process) const;
   // Whether another application than this one was asked back and has not been seen in front yet.
   bool isAwaitedInsteadOf(pid_t process) const;
+  // Whether it is the one that was asked back.
+  bool isBringingBack(pid_t process) const;
 
   // Whoever is in front now.
   void noteFront(const Front& front);

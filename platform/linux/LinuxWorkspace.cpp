@@ -287,10 +287,10 @@ void LinuxWorkspace::updateFrontmost() {
 
 Activation LinuxWorkspace::activationOf(const Front& front) {
   Activation activation;
-  activation.process = *front.process;
   activation.window = front.window;
   activation.previousWindow = lastFocused_;
   activation.isReturnUnderWay = return_.isAwaitedInsteadOf(*front.process);
+  activation.isBroughtBack = return_.isBringingBack(*front.process);
   const auto last = return_.history().lastOf(*front.process);
   if (!last) {
     activation.starts = startsOf(*front.process, std::chrono::steady_clock::now() - longestStart);

@@ -163,6 +163,7 @@ bool TapSession::handleEndOfGrab() {
   if (isGrabUninvited()) {
     if (Clock::now() < *grabWaitEnds_) return false;
     while (queue_.ready()) queue_.removeFirst();
+    chordDelay_ = {};
   }
   grabWaitEnds_.reset();
   advance();
@@ -323,7 +324,7 @@ void TapSession::tell(std::optional<Command> command) {
 void TapSession::noteFocus(FocusWatch::Sign sign) {
   if (sign == FocusWatch::Sign::none) return;
   front_.reset();
-  if (sign == FocusWatch::Sign::grabBegan) isGrabInvited_ = false;
+  if (sign == FocusWatch::Sign::grabBegan && !isGrabbedElsewhere_) isGrabInvited_ = false;
   isGrabbedElsewhere_ =
       sign == FocusWatch::Sign::grabBegan || (isGrabbedElsewhere_ && sign != FocusWatch::Sign::grabEnded);
   disturb();
@@ -432,7 +433,6 @@ bool TapSession::isQuiet() const {
   return queue_.isEmpty() && balance_.fingers().none() && !wasDisturbedLately();
 }
 
-// Without a watchdog the gate is closed no longer than it must be.
 bool TapSession::wasDisturbedLately() const {
   return Clock::now() - lastDisturbance_ < quietBeforeOpening && watchdog_->isAnswering();
 }

@@ -110,7 +110,7 @@ class TapSession {
   // Valid while the gate is open: nothing has moved the focus since it was asked for.
   std::optional<std::optional<pid_t>> front_;
   bool isGrabbedElsewhere_ = false;
-  bool isGrabInvited_ = false;  // a key that was typed began the grab, so what follows it is meant for that program
+  bool isGrabInvited_ = false;  // a key that was typed began the grab: what follows it is meant for that program
   std::optional<Clock::time_point> grabWaitEnds_;  // if the queue waits for the end of a grab
   std::optional<Clock::time_point> nextGoes_;      // if the first key of the queue waits for its time
   Clock::duration chordDelay_{};                   // what is left of a chord comes so much later than it was typed

@@ -1,8 +1,6 @@
 // An application that has come to the front, and what can be known of how it did.
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <cstdint>
 #include <vector>
@@ -14,7 +12,6 @@ using Moment = std::chrono::steady_clock::time_point;
 using WindowId = std::uint32_t;
 
 struct Activation {
-  pid_t process = 0;
   // The application's window that has the focus, and the window that had it before, of whatever application.
   WindowId window = 0;
   WindowId previousWindow = 0;
@@ -28,6 +25,8 @@ struct Activation {
   std::vector<std::uint32_t> stamps;
   // Another application was asked back to the front and has not been seen there yet.
   bool isReturnUnderWay = false;
+  // This one was asked back to the front: that is nobody's command.
+  bool isBroughtBack = false;
 };
 
 }  // namespace platform::linux_desktop

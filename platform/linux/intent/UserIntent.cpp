@@ -104,6 +104,8 @@ void UserIntent::activationRequested(WindowId window, std::uint32_t stamp, Momen
 
 std::optional<Command> UserIntent::commandBehind(const Activation& activation, const ServerClock& clock,
                                                  Moment now) const {
+  // The request that brings it back bears a time as well.
+  if (activation.isBroughtBack) return std::nullopt;
   if (wasGivenOn(activation, now)) return Command::givenOn;
   if (wasChosen(activation, now)) return Command::chosen;
   if (wasEntered(activation, now)) return Command::pointerEntered;

@@ -64,6 +64,8 @@ class Story {
       intent_.activationRequested(other, 0, moment());
     } else if (word == "returning") {
       activation_.isReturnUnderWay = true;
+    } else if (word == "brought-back") {
+      activation_.isBroughtBack = true;
     } else if (word.front() == '+' || word.front() == '-') {
       move(word.substr(1), word.front() == '+');
     } else {
@@ -185,6 +187,7 @@ TEST(UserIntent, KnowsWhatTheUserStarted) {
       {"a request that names what was done before the last command",
        "enter 1000 command 1990 ask-for:0 2000 activate:other",
        {}},
+      {"the request that brings it back", "enter 50 brought-back ask-for:50 60 activate:other", {}},
       {"a request that names its own time", "enter 1990 ask-for:1990 2000 activate:other", {}},
       {"a request that names none", "enter 1990 ask 2000 activate:other", {}},
   });
