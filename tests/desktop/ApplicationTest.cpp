@@ -79,6 +79,11 @@ TEST_F(Application, ThatStandsStillWithItsPopoverOpenGivesKeyboardAndPointerBack
     scene.expectKeyboardIsFree("while the program stands still");
     scene.guard->process().signal(SIGCONT);
     EXPECT_TRUE(eventually([&] { return !scene.isPopoverOpen(); })) << "the popover is not closed";
+    const auto isGuardedAgain = [&] {
+      scene.thief.tell("modest");
+      return scene.keyboard.isFloating();
+    };
+    ASSERT_TRUE(eventually(isGuardedAgain)) << "the tap does not come back";
     scene.expectWordSurvives(Theft::byRequest, "once the program goes on");
   }
 }
