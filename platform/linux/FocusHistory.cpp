@@ -8,6 +8,7 @@ namespace {
 // What belongs together comes within this time: the other workspace, the window that comes into view there, and the
 // loss of the one before.
 constexpr auto together = std::chrono::milliseconds(250);
+constexpr auto fleeting = std::chrono::milliseconds(250);
 
 }  // namespace
 
@@ -16,6 +17,14 @@ void FocusHistory::noteFront(const Front& front, Moment now) {
   if (front.process) lasts_[*front.process] = {front, now};
   if (front.process != front_.process) frontSince_ = now;
   front_ = front;
+  if (front.window == XCB_WINDOW_NONE || front.window == focused_) return;
+  if (now - focusedSince_ >= fleeting) settled_ = focused_;
+  focused_ = front.window;
+  focusedSince_ = now;
+}
+
+xcb_window_t FocusHistory::predecessorOf(xcb_window_t window, Moment now) const {
+  return window == settled_ || now - focusedSince_ >= fleeting ? focused_ : settled_;
 }
 
 void FocusHistory::noteWorkspace(std::optional<std::uint32_t> workspace, Moment now) {

@@ -20,6 +20,10 @@ class FocusHistory {
   void noteWorkspace(std::optional<std::uint32_t> workspace, Moment now);
   void forgetUnless(const std::function<bool(pid_t)>& isKept);
 
+  // Whose place `window`, which has the focus now and is not noted yet, has taken; none if that is not known. Who had
+  // the focus for a moment only may have taken it, and could give it on to nobody but whom it had it from: for all
+  // others it is the window before.
+  xcb_window_t predecessorOf(xcb_window_t window, Moment now) const;
   // What the application was in front with when it was so last; absent if it never was.
   std::optional<Front> lastOf(pid_t process) const;
   // True if it went out of sight because who is in front now came there by having another workspace shown.
@@ -38,6 +42,9 @@ class FocusHistory {
   std::map<pid_t, Last> lasts_;
   Front front_;
   Moment frontSince_;
+  xcb_window_t focused_ = XCB_WINDOW_NONE;
+  Moment focusedSince_;
+  xcb_window_t settled_ = XCB_WINDOW_NONE;  // before that, and not just for a moment
   std::optional<std::uint32_t> workspace_;
   std::optional<Switch> switch_;
 };

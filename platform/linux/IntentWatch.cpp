@@ -14,17 +14,18 @@ Moment now() {
 }  // namespace
 
 std::optional<Command> IntentWatch::keyMoved(const UserIntent::Key& key, const xcb_input_raw_key_press_event_t& event) {
-  return intent_.keyMoved(key, clock_.note(event.time, now()));
+  return intent_.keyMoved(key, {clock_.note(event.time, now()), event.time});
 }
 
 std::optional<Command> IntentWatch::buttonMoved(const xcb_input_raw_button_press_event_t& event) {
-  return intent_.buttonMoved(event.event_type == XCB_INPUT_RAW_BUTTON_PRESS, clock_.note(event.time, now()));
+  const bool isPress = event.event_type == XCB_INPUT_RAW_BUTTON_PRESS;
+  return intent_.buttonMoved(isPress, {clock_.note(event.time, now()), event.time});
 }
 
 std::optional<Command> IntentWatch::focusLeft(const xcb_input_focus_out_event_t& event) {
   if (event.deviceid != devices_.masterKeyboard()) return std::nullopt;
   const Moment when = clock_.timeOf(event.time).value_or(now());
-  if (event.mode == XCB_INPUT_NOTIFY_MODE_GRAB) return intent_.grabBegan(event.time, when);
+  if (event.mode == XCB_INPUT_NOTIFY_MODE_GRAB) return intent_.grabBegan({when, event.time});
   if (event.mode != XCB_INPUT_NOTIFY_MODE_UNGRAB) intent_.focusMoved(when);
   return std::nullopt;
 }
@@ -69,12 +70,7 @@ void IntentWatch::handle(const xcb_generic_event_t& event) {
 std::optional<Command> IntentWatch::commandBehind(Activation activation) {
   activation.topLevel = topLevelOf(activation.window);
   activation.previousTopLevel = topLevelOf(activation.previousWindow);
-  // Some window managers move the focus before they say that they have changed the workspace.
-  const auto present = numberOf(connection_, connection_.root(), "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL);
-  const auto its = numberOf(connection_, activation.window, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL);
-  constexpr std::uint32_t everyWorkspace = 0xFFFFFFFF;
-  if (present && its && *its != everyWorkspace && its != present) intent_.workspaceChanged(now());
-  return intent_.commandBehind(activation, clock_, now());
+  return intent_.commandBehind(activation, now());
 }
 
 xcb_window_t IntentWatch::topLevelOf(xcb_window_t window) {

@@ -8,6 +8,7 @@
 #include "platform/linux/InputDevices.h"
 #include "platform/linux/KeyRoles.h"
 #include "platform/linux/XcbConnection.h"
+#include "platform/linux/intent/ServerClock.h"
 #include "platform/linux/intent/UserIntent.h"
 
 namespace platform::linux_desktop {

@@ -271,7 +271,6 @@ void LinuxWorkspace::updateFrontmost() {
   const Activation activation = isActivation ? activationOf(now) : Activation();
   return_.noteFront(now);
   if (now.process) {
-    if (now.window != XCB_WINDOW_NONE) lastFocused_ = now.window;
     // A window manager may give a window the focus before it lists it.
     if (windows_.emplace(*now.process, std::vector{now.window}).second) launch(*now.process, {now.window});
   }
@@ -288,7 +287,7 @@ void LinuxWorkspace::updateFrontmost() {
 Activation LinuxWorkspace::activationOf(const Front& front) {
   Activation activation;
   activation.window = front.window;
-  activation.previousWindow = lastFocused_;
+  activation.previousWindow = return_.history().predecessorOf(front.window, std::chrono::steady_clock::now());
   activation.isReturnUnderWay = return_.isAwaitedInsteadOf(*front.process);
   activation.isBroughtBack = return_.isBringingBack(*front.process);
   const auto last = return_.history().lastOf(*front.process);

@@ -102,7 +102,6 @@ class LinuxWorkspace : public NSWorkspace, private ApplicationActivator {
   std::optional<pid_t> frontmost_;
   std::optional<pid_t> told_;  // of the activation that was told last; others may be on their way
   std::set<pid_t> launchers_;
-  xcb_window_t lastFocused_ = XCB_WINDOW_NONE;  // of any application; it may be gone
   bool isLost_ = false;
   // The applications that are kept although nobody manages their windows, each until its time is over.
   std::map<pid_t, ScheduledTask> settling_;

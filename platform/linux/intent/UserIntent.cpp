@@ -1,13 +1,15 @@
 #include "platform/linux/intent/UserIntent.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace platform::linux_desktop {
 namespace {
 
 using namespace std::chrono_literals;
 
-// What starts within this time after a deed of the user, or names a time within it, comes from the deed...
+// What starts within this time after a deed of the user comes from the deed, however soon the user lets the next thing
+// count as their own...
 constexpr auto consequence = 500ms;
 // ...or so much before it: the kernel tells the start of a process to 10 ms, and the server rounds too.
 constexpr auto inexactness = 15ms;
@@ -16,18 +18,24 @@ constexpr auto longestStart = 15s;
 // So soon after a window is gone, or the pointer has entered one, a window manager gives the focus on. Some wait a
 // moment on purpose before they let it follow the pointer.
 constexpr auto longestHandover = 1s;
+// A window manager that has begun to move the focus may do it in more than one step.
+constexpr auto sameMove = 100ms;
 // A window that has been there for so long did not just put itself under the pointer.
 constexpr auto settledAfter = 500ms;
-// Requests come before what a window manager does about them.
+// Requests, and windows that come up, are ahead of what a window manager does about them.
 constexpr auto requestAhead = 250ms;
 
 constexpr std::size_t mostDeeds = 32;
-constexpr std::size_t mostSightings = 256;
+constexpr std::size_t mostRequests = 256;
 
 template <class T>
 void append(std::deque<T>& list, const T& entry, std::size_t most) {
   list.push_back(entry);
   if (list.size() > most) list.pop_front();
+}
+
+bool isNear(std::uint32_t stamp, std::uint32_t other) {
+  return std::chrono::milliseconds(std::abs(static_cast<std::int32_t>(stamp - other))) <= inexactness;
 }
 
 }  // namespace
@@ -58,8 +66,13 @@ std::string_view describe(Command command) {
   return "";
 }
 
-std::optional<Command> UserIntent::keyMoved(const Key& key, Moment when) {
+bool UserIntent::Chance::isOpen(Moment now) const {
+  return now - when <= longestHandover && (!taken || now - *taken <= sameMove);
+}
+
+std::optional<Command> UserIntent::keyMoved(const Key& key, Time time) {
   std::optional<Command> command;
+  bool isDeed = false;
   if (isModifier(key.kind)) {
     if (key.isPress) {
       if (!key.isUnderModifier) hasKeyUnderModifier_ = false;
@@ -68,6 +81,7 @@ std::optional<Command> UserIntent::keyMoved(const Key& key, Moment when) {
     } else if (key.kind != KeyKind::modifier && hasKeyUnderModifier_ && key.isGrabbed) {
       command = Command::leftSwitcher;
     }
+    isDeed = command.has_value();
   } else if (key.isPress) {
     hasKeyUnderModifier_ = true;
     const bool confirms = key.kind == KeyKind::enter || (key.kind == KeyKind::space && key.isGrabbed);
@@ -76,79 +90,95 @@ std::optional<Command> UserIntent::keyMoved(const Key& key, Moment when) {
     } else if (confirms && key.isForLauncher) {
       command = Command::confirmedInLauncher;
     }
+    isDeed = key.isCommand || confirms;
     // A command does not say that the user went on with something else; any other key does.
-    if (!key.isCommand) leaveDeeds(when);
-    if (key.isCommand || confirms) addDeed(when, command == Command::confirmedInGrab);
+    if (!key.isCommand) leaveDeeds(time.own);
   }
-  if (command && isModifier(key.kind)) addDeed(when, command == Command::leftSwitcher);
+  if (isDeed) addDeed({time, std::nullopt, std::nullopt});
+  if (command == Command::confirmedInGrab || command == Command::leftSwitcher) choice_ = Chance{time.own, {}};
   return command;
 }
 
-std::optional<Command> UserIntent::buttonMoved(bool isPress, Moment when) {
-  if (isPress) leaveDeeds(when);
-  addDeed(when);
+std::optional<Command> UserIntent::buttonMoved(bool isPress, Time time) {
+  if (isPress) leaveDeeds(time.own);
+  // Programs know a click by its press.
+  const auto pressed = isPress || deeds_.empty() ? std::nullopt : std::optional(deeds_.back().time.server);
+  addDeed({time, pressed, std::nullopt});
   if (isPress) return std::nullopt;
   return Command::buttonReleased;
 }
 
-std::optional<Command> UserIntent::grabBegan(std::uint32_t serverTime, Moment when) {
+std::optional<Command> UserIntent::grabBegan(Time time) {
   // A grab that a key press activates bears the time of the press. One that a program asks for has its own.
-  if (serverTime != lastArrival_) return std::nullopt;
-  addDeed(when, true);
+  if (time.server != lastArrival_) return std::nullopt;
+  addDeed({time, std::nullopt, std::nullopt});
+  choice_ = Chance{time.own, {}};
   return Command::shortcut;
 }
 
-void UserIntent::activationRequested(WindowId window, std::uint32_t stamp, Moment when) {
-  append(requests_, {window, stamp, when}, mostSightings);
+void UserIntent::pointerEntered(WindowId topLevel, Moment when) {
+  entered_ = topLevel;
+  entry_ = Chance{when, {}};
 }
 
-std::optional<Command> UserIntent::commandBehind(const Activation& activation, const ServerClock& clock,
-                                                 Moment now) const {
+void UserIntent::activationRequested(WindowId window, std::uint32_t stamp, Moment when) {
+  requested_.note(window, when);
+  if (stamp != 0) append(requests_, {window, stamp, when}, mostRequests);
+}
+
+std::optional<Command> UserIntent::commandBehind(const Activation& activation, Moment now) {
+  const auto command = find(activation, now);
+  if (!command) return std::nullopt;
+  for (auto* chance : {&choice_, &workspaceChange_, &entry_}) {
+    if (*chance && !(*chance)->taken) (*chance)->taken = now;
+  }
+  return command;
+}
+
+std::optional<Command> UserIntent::find(const Activation& activation, Moment now) const {
   // The request that brings it back bears a time as well.
   if (activation.isBroughtBack) return std::nullopt;
   if (wasGivenOn(activation, now)) return Command::givenOn;
   if (wasChosen(activation, now)) return Command::chosen;
   if (wasEntered(activation, now)) return Command::pointerEntered;
-  if (wasStarted(activation, clock, now)) return Command::startedByUser;
+  if (wasStarted(activation, now)) return Command::startedByUser;
   return std::nullopt;
 }
 
 // The window manager had to find a new place for the focus, and chose a window that was there and asked for nothing.
 bool UserIntent::wasGivenOn(const Activation& activation, Moment now) const {
   if (activation.isReturnUnderWay) return false;
-  const Moment earliest = now - longestHandover;
-  const auto went = std::find_if(left_.rbegin(), left_.rend(), [&](const Sighting& sighting) {
-    const bool hadTheFocus =
-        sighting.window == activation.previousWindow || sighting.window == activation.previousTopLevel;
-    return hadTheFocus && sighting.when >= earliest;
-  });
-  if (went != left_.rend()) {
-    return !isSince(created_, activation.window, went->when) && !isSince(appeared_, activation.window, went->when) &&
-           !wasRequestedSince(activation.window, went->when - requestAhead);
+  for (const WindowId window : {activation.previousWindow, activation.previousTopLevel}) {
+    const auto went = left_.lastOf(window);
+    if (window == 0 || !went || now - *went > longestHandover) continue;
+    if (!isNewSince(activation, *went - requestAhead)) return true;
   }
   // The windows of a workspace may well appear as it is shown.
-  return workspaceChanged_ && *workspaceChanged_ >= earliest &&
-         !isSince(created_, activation.window, *workspaceChanged_ - requestAhead) &&
-         !wasRequestedSince(activation.window, *workspaceChanged_ - requestAhead);
+  if (!workspaceChange_ || !workspaceChange_->isOpen(now)) return false;
+  const Moment before = workspaceChange_->when - requestAhead;
+  return !created_.mayBeSince(activation.window, before) && !requested_.mayBeSince(activation.window, before);
 }
 
 // On a busy desktop a window manager moves the focus long after the key by which the user told it to: then too the
 // window was there, and asked for nothing.
 bool UserIntent::wasChosen(const Activation& activation, Moment now) const {
-  if (activation.isReturnUnderWay || deeds_.empty()) return false;
-  const Deed& deed = deeds_.back();
-  return deed.isChoice && !isLeft(deed) && now - deed.when <= longestHandover &&
-         !isSince(created_, activation.window, deed.when) && !isSince(appeared_, activation.window, deed.when) &&
-         !wasRequestedSince(activation.window, deed.when - requestAhead);
+  if (activation.isReturnUnderWay || !choice_ || !choice_->isOpen(now)) return false;
+  return !deeds_.empty() && !isLeft(deeds_.back()) && !created_.mayBeSince(activation.window, choice_->when) &&
+         !appeared_.mayBeSince(activation.window, choice_->when) &&
+         !requested_.mayBeSince(activation.window, choice_->when - requestAhead);
 }
 
 bool UserIntent::wasEntered(const Activation& activation, Moment now) const {
-  const WindowId topLevel = activation.topLevel;
-  if (!lastEntry_ || lastEntry_->topLevel != topLevel || topLevel == 0) return false;
-  if (now - lastEntry_->when > longestHandover) return false;
-  const Moment settled = lastEntry_->when - settledAfter;
-  return !isSince(created_, activation.window, settled) && !isSince(appeared_, topLevel, settled) &&
-         !isSince(appeared_, activation.window, settled) && !wasRequestedSince(activation.window, lastEntry_->when);
+  if (!entry_ || !entry_->isOpen(now) || entered_ != activation.topLevel || entered_ == 0) return false;
+  const Moment settled = entry_->when - settledAfter;
+  return !created_.mayBeSince(activation.window, settled) && !appeared_.mayBeSince(activation.window, settled) &&
+         !appeared_.mayBeSince(entered_, settled) && !requested_.mayBeSince(activation.window, entry_->when);
+}
+
+// It came up, or asked.
+bool UserIntent::isNewSince(const Activation& activation, Moment since) const {
+  return created_.mayBeSince(activation.window, since) || appeared_.mayBeSince(activation.window, since) ||
+         appeared_.mayBeSince(activation.topLevel, since) || requested_.mayBeSince(activation.window, since);
 }
 
 // What the user types once the application is up does not say that they had not waited for it.
@@ -156,20 +186,20 @@ bool UserIntent::isLeft(const Deed& deed) const {
   return deed.leftAt && !(focusMoved_ && *deed.leftAt >= *focusMoved_);
 }
 
-bool UserIntent::wasStarted(const Activation& activation, const ServerClock& clock, Moment now) const {
-  const auto follows = [&](const Deed& deed, Moment origin) {
-    return !isLeft(deed) && now - deed.when <= longestStart && origin >= deed.when - inexactness &&
-           origin <= deed.when + consequence;
-  };
+bool UserIntent::wasStarted(const Activation& activation, Moment now) const {
+  const auto lasts = [&](const Deed& deed) { return !isLeft(deed) && now - deed.time.own <= longestStart; };
   for (const Moment start : activation.starts) {
-    if (std::any_of(deeds_.begin(), deeds_.end(), [&](const Deed& deed) { return follows(deed, start); })) return true;
+    const auto follows = [&](const Deed& deed) {
+      return lasts(deed) && start >= deed.time.own - inexactness && start <= deed.time.own + consequence;
+    };
+    if (std::any_of(deeds_.begin(), deeds_.end(), follows)) return true;
   }
   // Any program can name any time. So only what the user did last counts: the time of what was done in a window before
   // the user left it is no reason to fetch it.
-  if (deeds_.empty()) return false;
+  if (deeds_.empty() || !lasts(deeds_.back())) return false;
   const auto fits = [&](std::uint32_t stamp) {
-    const auto origin = stamp == 0 ? std::nullopt : clock.timeOf(stamp);
-    return origin && follows(deeds_.back(), *origin);
+    const Deed& deed = deeds_.back();
+    return stamp != 0 && (isNear(stamp, deed.time.server) || (deed.pressed && isNear(stamp, *deed.pressed)));
   };
   return std::any_of(activation.stamps.begin(), activation.stamps.end(), fits) ||
          std::any_of(requests_.begin(), requests_.end(), [&](const Request& request) {
@@ -177,28 +207,15 @@ bool UserIntent::wasStarted(const Activation& activation, const ServerClock& clo
          });
 }
 
-void UserIntent::addDeed(Moment when, bool isChoice) {
-  append(deeds_, {when, std::nullopt, isChoice}, mostDeeds);
+void UserIntent::addDeed(const Deed& deed) {
+  append(deeds_, deed, mostDeeds);
+  choice_.reset();
 }
 
 void UserIntent::leaveDeeds(Moment when) {
   for (auto& deed : deeds_) {
     if (!deed.leftAt) deed.leftAt = when;
   }
-}
-
-void UserIntent::note(Sightings& sightings, WindowId window, Moment when) {
-  append(sightings, {window, when}, mostSightings);
-}
-
-bool UserIntent::isSince(const Sightings& sightings, WindowId window, Moment since) {
-  return std::any_of(sightings.begin(), sightings.end(),
-                     [&](const Sighting& sighting) { return sighting.window == window && sighting.when >= since; });
-}
-
-bool UserIntent::wasRequestedSince(WindowId window, Moment since) const {
-  return std::any_of(requests_.begin(), requests_.end(),
-                     [&](const Request& request) { return request.window == window && request.when >= since; });
 }
 
 }  // namespace platform::linux_desktop

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "platform/linux/intent/Activation.h"
-#include "platform/linux/intent/ServerClock.h"
+#include "platform/linux/intent/Sightings.h"
 
 namespace platform::linux_desktop {
 
@@ -56,74 +56,79 @@ class UserIntent {
     bool isForLauncher = false;
   };
 
+  // By our own clock, and by the server's: the stamp that programs know it by.
+  struct Time {
+    Moment own;
+    std::uint32_t server = 0;
+  };
+
   // What the user does. Each returns the command that it is beyond what its own event tells.
-  std::optional<Command> keyMoved(const Key& key, Moment when);
-  std::optional<Command> buttonMoved(bool isPress, Moment when);
-  // A press has come to the applications, and another program's grab began; both by the server's clock.
+  std::optional<Command> keyMoved(const Key& key, Time time);
+  std::optional<Command> buttonMoved(bool isPress, Time time);
+  // A press has come to the applications, and another program's grab began.
   void pressArrived(std::uint32_t serverTime) { lastArrival_ = serverTime; }
-  std::optional<Command> grabBegan(std::uint32_t serverTime, Moment when);
+  std::optional<Command> grabBegan(Time time);
   // The user moved the pointer into a window of the screen's uppermost level.
-  void pointerEntered(WindowId topLevel, Moment when) { lastEntry_ = Entry{topLevel, when}; }
+  void pointerEntered(WindowId topLevel, Moment when);
 
   // What windows do.
   void focusMoved(Moment when) { focusMoved_ = when; }
-  void windowCreated(WindowId window, Moment when) { note(created_, window, when); }
-  void windowAppeared(WindowId window, Moment when) { note(appeared_, window, when); }
+  void windowCreated(WindowId window, Moment when) { created_.note(window, when); }
+  void windowAppeared(WindowId window, Moment when) { appeared_.note(window, when); }
   // It was closed, unmapped or minimised.
-  void windowLeft(WindowId window, Moment when) { note(left_, window, when); }
-  void workspaceChanged(Moment when) { workspaceChanged_ = when; }
+  void windowLeft(WindowId window, Moment when) { left_.note(window, when); }
+  void workspaceChanged(Moment when) { workspaceChange_ = Chance{when, {}}; }
   // Somebody asks the window manager to activate `window`, naming a time if `stamp` is not 0.
   void activationRequested(WindowId window, std::uint32_t stamp, Moment when);
 
-  // The command that brought the application to the front, if one did.
-  std::optional<Command> commandBehind(const Activation& activation, const ServerClock& clock, Moment now) const;
+  // The command that brought the application to the front, if one did. What told where the focus should go has then
+  // had its effect, and speaks for no other application.
+  std::optional<Command> commandBehind(const Activation& activation, Moment now);
 
  private:
-  struct Sighting {
-    WindowId window = 0;
-    Moment when;
-  };
-  using Sightings = std::deque<Sighting>;
   struct Request {
     WindowId window = 0;
     std::uint32_t stamp = 0;
     Moment when;
   };
-  struct Entry {
-    WindowId topLevel = 0;
+  // Something upon which a window manager moves the focus once, without having been asked by the window.
+  struct Chance {
     Moment when;
+    std::optional<Moment> taken;
+    bool isOpen(Moment now) const;
   };
-
   // Something that the user did that may start an application.
   struct Deed {
-    Moment when;
+    Time time;
+    // Of the press that it ended.
+    std::optional<std::uint32_t> pressed;
     // When the user went on with something else, if they did.
     std::optional<Moment> leftAt;
-    // It may have told the window manager which window to bring to the front.
-    bool isChoice = false;
   };
 
-  static void note(Sightings& sightings, WindowId window, Moment when);
-  static bool isSince(const Sightings& sightings, WindowId window, Moment since);
-  bool wasRequestedSince(WindowId window, Moment since) const;
-  void addDeed(Moment when, bool isChoice = false);
-  void leaveDeeds(Moment when);
-
   bool isLeft(const Deed& deed) const;
+  bool isNewSince(const Activation& activation, Moment since) const;
   bool wasGivenOn(const Activation& activation, Moment now) const;
   bool wasChosen(const Activation& activation, Moment now) const;
   bool wasEntered(const Activation& activation, Moment now) const;
-  bool wasStarted(const Activation& activation, const ServerClock& clock, Moment now) const;
+  bool wasStarted(const Activation& activation, Moment now) const;
+  std::optional<Command> find(const Activation& activation, Moment now) const;
+  void addDeed(const Deed& deed);
+  void leaveDeeds(Moment when);
 
   std::deque<Deed> deeds_;
   std::optional<Moment> focusMoved_;
   bool hasKeyUnderModifier_ = false;
   std::uint32_t lastArrival_ = 0;
-  std::optional<Entry> lastEntry_;
-  std::optional<Moment> workspaceChanged_;
+  // The last deed told the window manager which window to bring to the front.
+  std::optional<Chance> choice_;
+  std::optional<Chance> workspaceChange_;
+  std::optional<Chance> entry_;
+  WindowId entered_ = 0;
   Sightings created_;
   Sightings appeared_;
   Sightings left_;
+  Sightings requested_;
   std::deque<Request> requests_;
 };
 

@@ -35,5 +35,16 @@ TEST(FocusHistoryTest, KnowsWhichWindowWentOutOfSightByATheft) {
   }
 }
 
+TEST(FocusHistoryTest, TakesAWindowThatHadTheFocusForAMomentForNobodysPredecessorButWhoHadItBefore) {
+  const auto at = [](int ms) { return FocusHistory::Moment(std::chrono::milliseconds(ms)); };
+  FocusHistory history;
+  history.noteFront({1, 10, 10}, at(1000));
+  EXPECT_EQ(history.predecessorOf(20, at(2000)), 10U);
+  history.noteFront({2, 20, 20}, at(2000));
+  EXPECT_EQ(history.predecessorOf(30, at(2100)), 10U) << "two thieves, of which the first one goes";
+  EXPECT_EQ(history.predecessorOf(10, at(2100)), 20U) << "a dialog that has had its answer";
+  EXPECT_EQ(history.predecessorOf(30, at(2300)), 20U);
+}
+
 }  // namespace
 }  // namespace platform::linux_desktop

@@ -50,12 +50,12 @@ class Story {
     } else if (const auto colon = word.find(':'); colon != std::string::npos) {
       playWith(word.substr(0, colon), word.substr(colon + 1));
     } else if (word == "grab") {
-      result = intent_.grabBegan(server(now_), moment());
+      result = intent_.grabBegan(time());
       isGrabbed_ = true;
     } else if (word == "in-launcher") {
       isForLauncher_ = true;
     } else if (word == "+button" || word == "-button") {
-      result = intent_.buttonMoved(word.front() == '+', moment());
+      result = intent_.buttonMoved(word.front() == '+', time());
     } else if (word == "workspace") {
       intent_.workspaceChanged(moment());
     } else if (word == "focus") {
@@ -78,11 +78,11 @@ class Story {
     static const std::map<std::string, Window> windows{
         {"editor", editor}, {"terminal", terminal}, {"other", other}, {"frame", frame}};
     const auto window = [&] { return windows.at(argument); };
-    const auto time = [&] { return std::stoi(argument); };
+    const auto ms = [&] { return std::stoi(argument); };
     const std::map<std::string, std::function<void()>> verbs{
-        {"started", [&] { activation_.starts.push_back(begin_ + std::chrono::milliseconds(time())); }},
-        {"stamped", [&] { activation_.stamps.push_back(server(time())); }},
-        {"ask-for", [&] { intent_.activationRequested(other, server(time()), moment()); }},
+        {"started", [&] { activation_.starts.push_back(begin_ + std::chrono::milliseconds(ms())); }},
+        {"stamped", [&] { activation_.stamps.push_back(server(ms())); }},
+        {"ask-for", [&] { intent_.activationRequested(other, server(ms()), moment()); }},
         {"create",
          [&] {
            intent_.windowCreated(window(), moment());
@@ -97,7 +97,7 @@ class Story {
          [&] {
            activation_.window = window();
            activation_.previousWindow = editor;
-           result = intent_.commandBehind(activation_, clock_, moment());
+           result = intent_.commandBehind(activation_, moment());
          }},
     };
     verbs.at(verb)();
@@ -110,13 +110,11 @@ class Story {
     const Kind kind = kinds.at(name);
     if (UserIntent::isModifier(kind)) modifiersDown_ += isPress ? 1 : -1;
     const bool isUnderModifier = modifiersDown_ > (isPress && UserIntent::isModifier(kind) ? 1 : 0);
-    // All but the first come in a little later than they happen.
-    clock_.note(server(now_), moment() + std::chrono::milliseconds(now_ == 0 ? 0 : 7));
     if (isPress) intent_.pressArrived(server(now_));
-    result =
-        intent_.keyMoved({kind, isPress, name == "command", isUnderModifier, isGrabbed_, isForLauncher_}, moment());
+    result = intent_.keyMoved({kind, isPress, name == "command", isUnderModifier, isGrabbed_, isForLauncher_}, time());
   }
 
+  UserIntent::Time time() const { return {moment(), server(now_)}; }
   Moment moment() const { return begin_ + std::chrono::milliseconds(now_); }
   static std::uint32_t server(int ms) { return serverBegin + static_cast<std::uint32_t>(ms); }
 
@@ -127,7 +125,6 @@ class Story {
   bool isForLauncher_ = false;
   Activation activation_;
   UserIntent intent_;
-  ServerClock clock_;
 };
 
 struct Case {
@@ -182,13 +179,15 @@ TEST(UserIntent, KnowsWhatTheUserStarted) {
       {"a click in a panel, and the window takes 3 s", "+button 80 -button started:90 3000 activate:other",
        Command::startedByUser},
       {"a window of a running program whose startup identifier names the click",
-       "shift 20 +button stamped:20 2000 activate:other", Command::startedByUser},
+       "shift 20 +button 140 -button stamped:20 2000 activate:other", Command::startedByUser},
+      {"one that names its release", "20 +button 140 -button stamped:140 2000 activate:other", Command::startedByUser},
+      {"one that names another time soon after", "20 +button 60 -button stamped:80 2000 activate:other", {}},
       {"a request that names the Enter", "enter 1990 ask-for:0 2000 activate:other", Command::startedByUser},
       {"a request that names what was done before the last command",
        "enter 1000 command 1990 ask-for:0 2000 activate:other",
        {}},
       {"the request that brings it back", "enter 50 brought-back ask-for:50 60 activate:other", {}},
-      {"a request that names its own time", "enter 1990 ask-for:1990 2000 activate:other", {}},
+      {"a request that names its own time", "enter 300 ask-for:300 310 activate:other", {}},
       {"a request that names none", "enter 1990 ask 2000 activate:other", {}},
   });
 }
@@ -200,7 +199,10 @@ TEST(UserIntent, KnowsWhatNobodyTook) {
       {"its frame is unmapped", "before-in:frame leave:frame 20 activate:terminal", Command::givenOn},
       {"another window is closed", "leave:terminal 20 activate:other", {}},
       {"the window in front is closed, and something comes up later", "leave:editor 2000 activate:other", {}},
-      {"a window appears as the one in front is closed", "leave:editor 10 map:other 20 activate:other", {}},
+      {"a window appears as the one in front is closed", "map:other 10 leave:editor 20 activate:other", {}},
+      {"its frame does", "now-in:frame map:frame 10 leave:editor 20 activate:other", {}},
+      {"a window of a workspace that is hidden before the other is shown",
+       "leave:editor 5 map:other 10 workspace activate:other", Command::givenOn},
       {"a window asks as the one in front is closed", "leave:editor 10 ask 20 activate:other", {}},
       {"a thief goes while the protected application is fetched", "returning leave:editor 20 activate:terminal", {}},
       {"another workspace, whose windows are mapped anew", "workspace map:terminal 20 activate:terminal",
@@ -208,6 +210,9 @@ TEST(UserIntent, KnowsWhatNobodyTook) {
       {"another workspace, because a window there asked", "ask 10 workspace 20 activate:other", {}},
       {"another workspace, because a window was made there", "create:other 10 workspace 20 activate:other", {}},
       {"another workspace, long ago", "workspace 2000 activate:terminal", {}},
+      {"another workspace, and another window after that", "workspace 20 activate:terminal 400 activate:other", {}},
+      {"another workspace, where the focus finds its place in two steps",
+       "workspace 20 activate:terminal 40 activate:other", Command::givenOn},
       {"nothing happened", "20 activate:terminal", {}},
   });
 }
@@ -223,6 +228,8 @@ TEST(UserIntent, KnowsWhatTheUserChose) {
        "+alt +command grab -command 900 -alt 1000 focus letter 1100 activate:other", Command::chosen},
       {"a window that appears meanwhile", "+alt +command grab -command 900 -alt map:other 1000 activate:other", {}},
       {"one that asks meanwhile", "+alt +command grab -command 900 -alt ask 1000 activate:other", {}},
+      {"and another window comes after the chosen one",
+       "+alt +command grab -command 900 -alt 1000 activate:terminal 1300 activate:other", {}},
       {"a thief, sent back just now", "+alt +command grab -command 900 -alt returning 1000 activate:other", {}},
       {"Alt is let go after a mnemonic", "+alt command -alt 300 activate:other", {}},
   });
@@ -235,6 +242,8 @@ TEST(UserIntent, KnowsWhereThePointerWent) {
       {"into another one", "create:other 1000 pointer:frame now-in:other 1300 activate:other", {}},
       {"into one that had just come up", "900 create:other 1000 pointer:frame now-in:frame 1010 activate:other", {}},
       {"into one that then asks", "create:other 1000 pointer:frame ask now-in:frame 1010 activate:other", {}},
+      {"into one that has had the focus since, and was left by a key",
+       "create:other 1000 pointer:frame now-in:frame 1010 activate:other 1500 activate:other", {}},
       {"into it long ago", "create:other 1000 pointer:frame now-in:frame 2100 activate:other", {}},
   });
 }
