@@ -83,7 +83,7 @@ std::vector<Row> measureTappedEvents() {
   const platform::InstalledDesktop installed(desktop);
   const auto detector = std::make_shared<GestureDetector>(64);
   const auto buffer = std::make_shared<KeystrokeBuffer>(500, std::weak_ptr<KeystrokeBufferDelegate>());
-  const auto router = std::make_shared<EventRouter>(detector, buffer);
+  const auto router = std::make_shared<EventRouter>(detector, buffer, std::make_shared<ExpectedReturn>());
   EventTapContext context{router};
   Key key;
   const auto tap = [&](platform::CGEventType type) {

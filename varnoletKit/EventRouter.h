@@ -22,7 +22,7 @@ namespace varnoletKit {
 class EventRouter final : public EventTapDelegate {
  public:
   EventRouter(std::shared_ptr<GestureDetector> gestureDetector, std::shared_ptr<KeystrokeBuffer> keystrokeBuffer,
-              std::shared_ptr<ExpectedReturn> expectedReturn = std::make_shared<ExpectedReturn>());
+              std::shared_ptr<ExpectedReturn> expectedReturn);
 
   platform::CGEvent* handleTapEvent(platform::CGEventTapProxy proxy, platform::CGEventType type,
                                     platform::CGEvent& event) override;

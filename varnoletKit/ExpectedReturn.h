@@ -22,15 +22,20 @@ class ExpectedReturn {
   [[nodiscard]] Expectation expect(std::int32_t pid);
   // Expects nobody any more, whoever still waits.
   void end();
+  // The same, but it has been asked back, and may still come.
+  void giveUp();
 
   // 0 while nobody is expected.
   std::int32_t pid() const;
+  // Whether it was given up, and an intercept still asks for its return.
+  bool mayStillCome(std::int32_t pid) const;
   // Whether this very expectation still lasts. A later one of the same process is another.
   bool isCurrent(const Expectation& expectation) const;
 
  private:
   mutable std::mutex mutex_;
   std::weak_ptr<const std::int32_t> current_;
+  std::weak_ptr<const std::int32_t> givenUp_;
 };
 
 }  // namespace varnoletKit

@@ -108,7 +108,7 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
   } else if (whitelistChecker_->isWhitelisted(bundleID)) {
     focusLog.info("✅ Whitelisted programmatic activation: %s (%s)", name, bundleID);
     accept(app, name, &FocusChangeDelegate::focusChangeWhitelisted);
-  } else if (blessedApp_ == app) {
+  } else if (blessedApp_ == app || expectedReturn_->mayStillCome(app.processIdentifier())) {
     focusLog.info("↩️ Came back by itself, accepting: %s", name);
     accept(app, name, &FocusChangeDelegate::focusChangeUserInitiated);
   } else if (blessedApp_) {
@@ -124,7 +124,7 @@ void FocusChangeObserver::handleActivation(const NSRunningApplication& app) {
 void FocusChangeObserver::accept(const NSRunningApplication& app, const std::string& name,
                                  void (FocusChangeDelegate::*outcome)(const NSRunningApplication&)) {
   expectedReturn_->end();
-  if (eventRouter_) eventRouter_->setLastKnownFrontmostPID(app.processIdentifier());
+  eventRouter_->setLastKnownFrontmostPID(app.processIdentifier());
   const std::int64_t flushed = keystrokeBuffer_->flush();
   focusLog.info("💨 Flushed %ld buffered keystroke(s) to %s", flushed, name);
   blessedApp_ = app;

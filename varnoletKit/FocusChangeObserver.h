@@ -27,14 +27,14 @@ namespace varnoletKit {
 class FocusChangeObserver final : public std::enable_shared_from_this<FocusChangeObserver> {
  public:
   // Takes the application now in front as the blessed app, unless it is this program. Does not start observing. Both
-  // `expectedReturn` and the router, which may be absent, are told of every verdict before it takes effect on the held
+  // `expectedReturn` and the router are told of every verdict before it takes effect on the held
   // keys: released keys pass the router once more, which must not take them for those of a stranger.
   FocusChangeObserver(std::shared_ptr<GestureDetecting> gestureDetector,
                       std::shared_ptr<WhitelistChecking> whitelistChecker, std::int64_t gestureWindowMs,
                       std::shared_ptr<FocusGuardState> state, std::weak_ptr<FocusChangeDelegate> delegate,
                       std::shared_ptr<KeystrokeBuffer> keystrokeBuffer,
-                      std::shared_ptr<ExpectedReturn> expectedReturn = std::make_shared<ExpectedReturn>(),
-                      std::shared_ptr<EventRouter> eventRouter = nullptr);
+                      std::shared_ptr<ExpectedReturn> expectedReturn,
+                      std::shared_ptr<EventRouter> eventRouter);
   FocusChangeObserver(const FocusChangeObserver&) = delete;
   FocusChangeObserver& operator=(const FocusChangeObserver&) = delete;
   ~FocusChangeObserver();

@@ -117,6 +117,7 @@ platform::DetachedTask FocusGuardEngine::undoTheft(std::shared_ptr<FocusGuardEng
     engine->reportBlock(thief, blessedApp, replayed, success->latencyMs);
   } else if (wasExpected && std::holds_alternative<ReactivationResult::appTerminated>(result.value)) {
     engine->keystrokeBuffer_->cancelCapture();
+    engine->expectedReturn_->end();
     engine->yieldToFrontmost();
   }
   // Not confirmed: the keys stay held for the blessed app, should it come back by itself, until the buffer's timeout or
@@ -164,12 +165,14 @@ void FocusGuardEngine::keystrokeBufferDidTimeout() {
     if (expectedReturn_->pid() == 0) state_->setIsIntercepting(false);
     return;
   }
+  expectedReturn_->giveUp();
   yieldToFrontmost();
   focusLog.info("Intercept timed out — blessed app updated to current frontmost");
 }
 
 void FocusGuardEngine::keystrokeBufferDidCancelViaMouseClick() {
   assert(platform::isMainThread());
+  expectedReturn_->end();
   yieldToFrontmost();
   focusLog.info("Intercept cancelled by mouse click — user accepted new app");
 }
@@ -177,7 +180,6 @@ void FocusGuardEngine::keystrokeBufferDidCancelViaMouseClick() {
 void FocusGuardEngine::yieldToFrontmost() {
   state_->setIsIntercepting(false);
   const auto frontmost = platform::NSWorkspace::sharedWorkspace().frontmostApplication();
-  expectedReturn_->end();
   eventRouter_->setLastKnownFrontmostPID(frontmost ? frontmost->processIdentifier() : 0);
   focusChangeObserver_->updateBlessedApp(frontmost);
   state_->setBlessedApp(frontmost);

@@ -9,7 +9,7 @@ namespace platform::linux_desktop {
 
 ActivationDesk::ActivationDesk(TaskServices& tasks) : tasks_(tasks), wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
 
-void ActivationDesk::submit(Activation activation, Work release) {
+void ActivationDesk::submit(std::optional<Activation> activation, Work release) {
   assert(tasks_.isMainThread());
   {
     const std::lock_guard lock(mutex_);
@@ -49,16 +49,19 @@ void ActivationDesk::open() {
 }
 
 void ActivationDesk::close() {
-  {
-    const std::lock_guard lock(mutex_);
-    isOpen_ = false;
-  }
-  for (auto& left : takeAll()) sendBack(std::move(left.release));
+  // In one step: what is submitted now must not overtake what waits.
+  const std::lock_guard lock(mutex_);
+  isOpen_ = false;
+  for (auto& left : takeAllLocked()) sendBack(std::move(left.release));
 }
 
 std::vector<ActivationDesk::Waiting> ActivationDesk::takeAll() {
   if (!hasWaiting_.load(std::memory_order_relaxed)) return {};
   const std::lock_guard lock(mutex_);
+  return takeAllLocked();
+}
+
+std::vector<ActivationDesk::Waiting> ActivationDesk::takeAllLocked() {
   eventfd_t count = 0;
   eventfd_read(wake_.get(), &count);
   hasWaiting_.store(false, std::memory_order_relaxed);

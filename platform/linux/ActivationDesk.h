@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -19,14 +20,15 @@ namespace platform::linux_desktop {
 class ActivationDesk {
  public:
   struct Waiting {
-    Activation activation;
+    std::optional<Activation> activation;
     Work release;
   };
 
   explicit ActivationDesk(TaskServices& tasks);
 
-  // Main thread. `release` is called there, in the order in which activations were submitted.
-  void submit(Activation activation, Work release);
+  // Main thread. `release` is called there, in the order in which activations were submitted. Without an activation it
+  // only waits its turn.
+  void submit(std::optional<Activation> activation, Work release);
   // Main thread. The processes in which Enter starts something.
   void setLaunchers(std::set<pid_t> launchers);
   // Any thread.
@@ -40,10 +42,12 @@ class ActivationDesk {
   // Readable exactly while something waits to be taken.
   int fileDescriptor() const { return wake_.get(); }
   std::vector<Waiting> takeAll();
-  // To be called for each that was taken, in their order.
+  // To be called for each that was taken, in their order, before the desk closes.
   void sendBack(Work release);
 
  private:
+  std::vector<Waiting> takeAllLocked();
+
   TaskServices& tasks_;
   ReturnUnderWay returnUnderWay_;
   FileDescriptor wake_;

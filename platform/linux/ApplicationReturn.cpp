@@ -26,12 +26,12 @@ bool contains(const std::vector<xcb_window_t>& windows, xcb_window_t window) {
 }  // namespace
 
 ApplicationReturn::ApplicationReturn(XcbConnection& connection, XcbEvents& events, WindowOwners& owners,
-                                     TaskServices& tasks, ReturnUnderWay& underWay, WindowsOf windowsOf)
+                                     TaskServices& tasks, ActivationDesk& desk, WindowsOf windowsOf)
     : connection_(connection),
       events_(events),
       owners_(owners),
       tasks_(tasks),
-      underWay_(underWay),
+      desk_(desk),
       windowsOf_(std::move(windowsOf)),
       attention_(connection) {
   noteWorkspace();
@@ -86,7 +86,12 @@ void ApplicationReturn::noteFront(const Front& front) {
   backSince_.reset();
   owesMark_ = front.process == intruder_ ? isUnderWay : owesMark_;
   if (front.process != intruder_) underWay_.end();
-  if (isUndoing_ && Clock::now() - lastAsked_ >= askInterval) askAgain();
+  if (isUndoing_ && Clock::now() - lastAsked_ >= askInterval) {
+    // The user may just have clicked its window: the tap tells that first, and the return ends.
+    desk_.submit(std::nullopt, [this] {
+      if (underWay_.goal()) askAgain();
+    });
+  }
 }
 
 void ApplicationReturn::noteWorkspace() {
@@ -135,9 +140,9 @@ bool ApplicationReturn::ask(const Target& target, bool insists) {
   return !connection_.isLost();
 }
 
-bool ApplicationReturn::askAgain() {
+void ApplicationReturn::askAgain() {
   const auto target = targetFor(process_);
-  return target && ask(*target, true);
+  if (!target || !ask(*target, true)) underWay_.end();
 }
 
 void ApplicationReturn::look() {
@@ -148,10 +153,13 @@ void ApplicationReturn::look() {
   wasSeen_ |= isBack;
   if (wasSeen_ && now.process != intruder_) payMark();
   if (!goal) return;
-  // With nobody in front, a window manager may be at work, or one may take over from another.
-  if (now.process && !isBack && (now.process != intruder_ || !askAgain())) return underWay_.end();
-  if (--looksLeft_ == 0) return underWay_.end();
-  lookLater();
+  // The last one does not ask: whoever waits for the return gives it up now. With nobody in front, a window manager may
+  // be at work, or one may take over from another.
+  const bool isByAThird = now.process && !isBack && now.process != intruder_;
+  if (isByAThird || --looksLeft_ == 0) return underWay_.end();
+  // At once: whoever waits looks next, and one that insists is soon back.
+  if (now.process && now.process == intruder_) askAgain();
+  if (underWay_.goal()) lookLater();
 }
 
 void ApplicationReturn::payMark() {

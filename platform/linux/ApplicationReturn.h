@@ -7,10 +7,10 @@
 #include <vector>
 
 #include "platform/Desktop.h"
+#include "platform/linux/ActivationDesk.h"
 #include "platform/linux/AttentionMarks.h"
 #include "platform/linux/FocusHistory.h"
 #include "platform/linux/FrontWindow.h"
-#include "platform/linux/ReturnUnderWay.h"
 #include "platform/linux/WindowOwners.h"
 #include "platform/linux/XcbConnection.h"
 #include "platform/linux/XcbEvents.h"
@@ -25,7 +25,7 @@ class ApplicationReturn {
 
   // `windowsOf` tells the windows of an application that runs.
   ApplicationReturn(XcbConnection& connection, XcbEvents& events, WindowOwners& owners, TaskServices& tasks,
-                    ReturnUnderWay& underWay, WindowsOf windowsOf);
+                    ActivationDesk& desk, WindowsOf windowsOf);
 
   // Asks the window manager for the window that the application had the focus in, else for one that is visible; false
   // if there is none. For half a second it then looks again ten times a second, just before whoever asked looks, and
@@ -53,7 +53,7 @@ class ApplicationReturn {
   std::optional<Target> targetFor(pid_t process);
   bool hasWindow(pid_t process, xcb_window_t window, const std::vector<xcb_window_t>& windows);
   bool ask(const Target& target, bool insists);
-  bool askAgain();
+  void askAgain();
   void look();
   void payMark();
   void lookLater();
@@ -62,7 +62,8 @@ class ApplicationReturn {
   XcbEvents& events_;
   WindowOwners& owners_;
   TaskServices& tasks_;
-  ReturnUnderWay& underWay_;
+  ActivationDesk& desk_;
+  ReturnUnderWay& underWay_ = desk_.returnUnderWay();
   const WindowsOf windowsOf_;
   FocusHistory history_;
   AttentionMarks attention_;

@@ -138,11 +138,7 @@ bool TapSession::handleInbox() {
   const auto messages = inbox_->takeAll();
   if (messages.empty()) return false;
   for (const auto& message : messages) {
-    if (message.isPosted) {
-      queue_.post(message.ordinal);
-    } else {
-      queue_.drop(message.ordinal);
-    }
+    message.isPosted ? queue_.post(message.ordinal) : queue_.drop(message.ordinal);
   }
   advance();
   settle();
@@ -185,7 +181,7 @@ bool TapSession::handleActivations() {
   replyTo(*connection_, xcb_get_input_focus_reply, xcb_get_input_focus(*connection_));
   takeQueued();
   for (auto& [activation, release] : waiting) {
-    tell(intent_.commandBehind(std::move(activation)));
+    if (activation) tell(intent_.commandBehind(std::move(*activation)));
     desk_->sendBack(std::move(release));
   }
   return true;
@@ -264,16 +260,21 @@ void TapSession::handleRawKey(const xcb_input_raw_key_press_event_t& event) {
   // Our own doing: see InputDevices::makeSource().
   if (!isPress && key == devices_.idleKey() && !balance_.fingers()[key]) return;
   if (isPress && !gate_.holds(event.deviceid)) intent_.pressArrived(event);
+  typeOn(event.deviceid);
+  // Before the key goes: a launcher may be gone once it has it.
+  const auto intent = intentOf(key, isPress);
   handleKey(event.deviceid, key, isPress);
-  tell(intent_.keyMoved(intentOf(key, isPress), event));
+  tell(intent_.keyMoved(intent, event));
+}
+
+void TapSession::typeOn(DeviceId keyboard) {
+  if (keyboard == typist_) return;
+  typist_ = keyboard;
+  roles_.load(*connection_, keyboard);
+  keymaps_.keyboardTypes(keyboard);
 }
 
 void TapSession::handleKey(DeviceId keyboard, KeyCode key, bool isPress) {
-  if (keyboard != typist_) {
-    typist_ = keyboard;
-    roles_.load(*connection_, keyboard);
-    keymaps_.keyboardTypes(keyboard);
-  }
   balance_.fingerMoved(keyboard, key, isPress);
   const KeyStroke stroke{key, isPress, roles_.typeOf(key, isPress), roles_.flagsOf(key, balance_.fingers()), {}};
   if (!gate_.holds(keyboard)) {
@@ -429,10 +430,6 @@ void TapSession::disturb() {
   gate_.close(devices_.keyboards());
 }
 
-bool TapSession::isQuiet() const {
-  return queue_.isEmpty() && balance_.fingers().none() && !wasDisturbedLately();
-}
-
 bool TapSession::wasDisturbedLately() const {
   return Clock::now() - lastDisturbance_ < quietBeforeOpening && watchdog_->isAnswering();
 }
@@ -449,7 +446,7 @@ bool TapSession::openIfQuiet() {
   for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
   // A key that is still on its way through the gate could be overtaken by the next one.
   takeQueued();
-  if (!isQuiet()) return true;
+  if (!queue_.isEmpty() || balance_.fingers().any() || wasDisturbedLately()) return true;
   if (emitter_.hasTakenOver() && typist_ != 0) {
     // Ahead of the opening: while the gate is closed, shortcuts can wait. The gate is open for nobody meanwhile.
     const ServerGrab grab(*connection_);

@@ -63,6 +63,7 @@ class TapSession {
   void handleInput(const xcb_ge_generic_event_t& event);
   void handleHierarchy(const xcb_input_hierarchy_event_t& event);
   void handleRawKey(const xcb_input_raw_key_press_event_t& event);
+  void typeOn(DeviceId keyboard);
   void handleKey(DeviceId keyboard, KeyCode key, bool isPress);
   void handleButton(const xcb_input_raw_button_press_event_t& event);
   UserIntent::Key intentOf(KeyCode key, bool isPress);
@@ -81,7 +82,6 @@ class TapSession {
   std::optional<pid_t> knownFront();
 
   void disturb();
-  bool isQuiet() const;
   bool wasDisturbedLately() const;
   bool openIfQuiet();
   bool recheckFingers();

@@ -14,8 +14,9 @@ std::uint8_t firstKey() {
   return xcb_get_setup(xConnection())->min_keycode;
 }
 
+// One that only writes. The others begin the shortcuts of the desktop.
 bool isModifier(std::uint32_t keysym) {
-  return (keysym >= XK_Shift_L && keysym <= XK_Hyper_R) || (keysym >= XK_ISO_Lock && keysym <= XK_ISO_Level5_Lock) ||
+  return (keysym >= XK_Shift_L && keysym <= XK_Shift_Lock) || (keysym >= XK_ISO_Lock && keysym <= XK_ISO_Level5_Lock) ||
          keysym == XK_Mode_switch || keysym == XK_Num_Lock || keysym == XK_Scroll_Lock;
 }
 

@@ -119,6 +119,7 @@ TEST(PopoverKeyboard, IsForWhatOperatesThePopover) {
     bool isForPopover;
     bool isOnControl = false;
   } cases[] = {{XK_Shift_L, none, true},       {XK_ISO_Level3_Shift, shift, true},
+               {XK_Alt_L, none, false},        {XK_Super_R, none, false},
                {XK_Tab, shift, true},          {XK_Tab, alt, false},
                {XK_Escape, none, true},        {XK_Left, none, true},
                {XK_comma, control, true},      {XK_comma, none, false},

@@ -43,7 +43,8 @@ class FocusChangeObserverTest : public ::testing::Test {
   }
 
   std::shared_ptr<FocusChangeObserver> makeObserver() {
-    return std::make_shared<FocusChangeObserver>(gestures_, whitelist_, 350, state_, delegate_, buffer_, expected_);
+    return std::make_shared<FocusChangeObserver>(gestures_, whitelist_, 350, state_, delegate_, buffer_, expected_,
+                                                 router_);
   }
   void activate(const NSRunningApplication& app) {
     desktop_.activate(app);
@@ -73,6 +74,8 @@ class FocusChangeObserverTest : public ::testing::Test {
   std::shared_ptr<RecordedOutcomes> delegate_ = std::make_shared<RecordedOutcomes>(expected_);
   std::shared_ptr<KeystrokeBuffer> buffer_ =
       std::make_shared<KeystrokeBuffer>(500, std::weak_ptr<KeystrokeBufferDelegate>());
+  std::shared_ptr<EventRouter> router_ =
+      std::make_shared<EventRouter>(std::make_shared<GestureDetector>(1), buffer_, expected_);
   std::shared_ptr<TapOnBuffer> tap_ = std::make_shared<TapOnBuffer>(buffer_);
   EventTapManager eventTap_{tap_};
   std::shared_ptr<FocusChangeObserver> observer_;

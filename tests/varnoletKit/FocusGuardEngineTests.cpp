@@ -197,6 +197,7 @@ TEST(FocusGuardEngineIntercept, EndsWithItsKeysWhereTheyBelongAndTheRightBlessed
            Case{"never back", 800, never, "thief:a 799 open 1 closed type:b", "-,b,", "thief", ""},
            Case{"never back, no key in time", 200, never, "thief: 250 closed type:b front:other type:c", "-,b,c",
                 "other", ""},
+           Case{"back after the timeout", 200, late, "thief:a 350 closed type:b", "-b,,", "editor", " 0"},
            Case{"back by itself", 800, never, "thief:a 600 editor: type:b", "-ab,,", "editor", ""},
            Case{"nobody in front", 500, never, "thief:a front:nobody 500 thief: closed", "-,,", "thief", ""},
            Case{"quits", 500, never, "thief:a quit 100 closed type:b", "-,b,", "thief", ""},
