@@ -70,6 +70,10 @@ void IntentWatch::handle(const xcb_generic_event_t& event) {
 std::optional<Command> IntentWatch::commandBehind(Activation activation) {
   activation.topLevel = topLevelOf(activation.window);
   activation.previousTopLevel = topLevelOf(activation.previousWindow);
+  const auto present = numberOf(connection_, connection_.root(), "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL);
+  const auto its = numberOf(connection_, activation.window, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL);
+  constexpr std::uint32_t everyWorkspace = 0xFFFFFFFF;
+  activation.isElsewhere = present && its && *its != everyWorkspace && its != present;
   return intent_.commandBehind(activation, now());
 }
 

@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "Scene.h"
+#include "tests/desktop/stage/Resources.h"
 #include "tests/desktop/stage/Schedule.h"
 
 namespace {
@@ -54,6 +55,33 @@ TEST_P(LongTyping, LosesAlmostNothingToThievesWhoJustTakeTheFocus) {
   EXPECT_LE(astray * wanted, scene.thief.timesFocused()) << "more than one key in " << wanted << " thefts went astray";
   EXPECT_GE(scene.thief.timesFocused(), wanted) << "too few thefts took the focus";
   scene.expectAllKeysUp("afterwards");
+}
+
+// At the pace of people, a theft every other second: the gate closes and opens, and nothing piles up.
+TEST_P(LongTyping, AtThePaceOfPeopleTakesNothingForGood) {
+  const std::chrono::seconds time(fromEnvironment("VARNOLET_SOAK_SECONDS", 20));
+  constexpr double keysASecond = 6;
+  constexpr std::size_t mostKiBMore = 4096;
+  constexpr std::size_t fewWindows = 10;
+  scene.expectWordSurvives(Theft::byRequest, "at first");
+  scene.waitUntilGateOpens();
+  scene.startAfresh();
+  const auto before = resourcesOf(*scene.guard, scene.desktop.connection());
+  const auto text = typing(random, static_cast<std::size_t>(static_cast<double>(time.count()) * keysASecond), {2, 12});
+  const auto thieves = static_cast<std::size_t>(time.count() / 2);
+  play(together(text, thefts(random, thieves, endOf(text), {Theft::byRequest, Theft::byNewWindow})), scene.typist,
+       scene.thief);
+  scene.editorGotAll();
+  EXPECT_TRUE(scene.lostAndDoubled().isNone()) << scene.account();
+  EXPECT_EQ(scene.thief.pressCount(), 0u) << "keys went to the thief";
+  scene.waitUntilGateOpens();
+  const auto after = resourcesOf(*scene.guard, scene.desktop.connection());
+  std::printf("%ld s, %u thefts; before: %s; after: %s\n", static_cast<long>(time.count()), scene.thief.timesFocused(),
+              describe(before).c_str(), describe(after).c_str());
+  EXPECT_LE(after.residentKiB, before.residentKiB + mostKiBMore);
+  EXPECT_EQ(after.descriptors, before.descriptors);
+  EXPECT_LE(after.inServer, before.inServer + fewWindows) << "it asks for the events of each window that is there";
+  EXPECT_GT(before.inServer, 0u) << "nothing was counted";
 }
 
 INSTANTIATE_UNDER_WINDOW_MANAGERS(LongTyping);

@@ -1,6 +1,7 @@
 #include "Scene.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -88,6 +89,11 @@ void Scene::expectAllKeysUp(const std::string& when) {
         << when << ": still down on device " << int{device} << ' ' << listOf(keyboard.keysDownOn(device));
   }
   EXPECT_EQ(keyboard.modifiers(), ModifierState{}) << when << ": a modifier is still set";
+}
+
+std::size_t fromEnvironment(const char* variable, std::size_t otherwise) {
+  const char* value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe)
+  return value ? std::stoul(value) : otherwise;
 }
 
 std::vector<std::string> blockedEvents(const VirtualDesktop& desktop, std::size_t atLeast) {

@@ -48,6 +48,9 @@ struct Scene {
   std::optional<Guard> guard;
 };
 
+// A number that an environment variable sets.
+std::size_t fromEnvironment(const char* variable, std::size_t otherwise);
+
 // What the program under test has logged as blocked, waited for until there are at least so many: "thief > protected"
 // for each, by name. Fails the test if the file is not a log.
 std::vector<std::string> blockedEvents(const VirtualDesktop& desktop, std::size_t atLeast);

@@ -18,6 +18,8 @@ struct Activation {
   // The windows of the screen's uppermost level that they are in: their frames, or themselves. The tap asks for them.
   WindowId topLevel = 0;
   WindowId previousTopLevel = 0;
+  // The window says that it is on another workspace than the one that is shown. The tap asks for that too.
+  bool isElsewhere = false;
   // Only where the process comes to the front for the first time: when it started, and those of its ancestors that
   // are not much older.
   std::vector<Moment> starts;

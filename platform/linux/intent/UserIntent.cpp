@@ -148,15 +148,19 @@ std::optional<Command> UserIntent::find(const Activation& activation, Moment now
 // The window manager had to find a new place for the focus, and chose a window that was there and asked for nothing.
 bool UserIntent::wasGivenOn(const Activation& activation, Moment now) const {
   if (activation.isReturnUnderWay) return false;
+  // The windows of a workspace may well appear as it is shown.
+  const auto wasThere = [&](Moment since) {
+    return !created_.mayBeSince(activation.window, since) && !requested_.mayBeSince(activation.window, since);
+  };
   for (const WindowId window : {activation.previousWindow, activation.previousTopLevel}) {
     const auto went = left_.lastOf(window);
     if (window == 0 || !went || now - *went > longestHandover) continue;
-    if (!isNewSince(activation, *went - requestAhead)) return true;
+    const Moment before = *went - requestAhead;
+    if (!isNewSince(activation, before)) return true;
+    // Some window managers move the focus before they say that they have changed the workspace.
+    if (activation.isElsewhere && wasThere(before)) return true;
   }
-  // The windows of a workspace may well appear as it is shown.
-  if (!workspaceChange_ || !workspaceChange_->isOpen(now)) return false;
-  const Moment before = workspaceChange_->when - requestAhead;
-  return !created_.mayBeSince(activation.window, before) && !requested_.mayBeSince(activation.window, before);
+  return workspaceChange_ && workspaceChange_->isOpen(now) && wasThere(workspaceChange_->when - requestAhead);
 }
 
 // On a busy desktop a window manager moves the focus long after the key by which the user told it to: then too the

@@ -64,6 +64,8 @@ class Story {
       intent_.activationRequested(other, 0, moment());
     } else if (word == "returning") {
       activation_.isReturnUnderWay = true;
+    } else if (word == "elsewhere") {
+      activation_.isElsewhere = true;
     } else if (word == "brought-back") {
       activation_.isBroughtBack = true;
     } else if (word.front() == '+' || word.front() == '-') {
@@ -207,6 +209,9 @@ TEST(UserIntent, KnowsWhatNobodyTook) {
       {"a thief goes while the protected application is fetched", "returning leave:editor 20 activate:terminal", {}},
       {"another workspace, whose windows are mapped anew", "workspace map:terminal 20 activate:terminal",
        Command::givenOn},
+      {"another workspace, of which the window manager speaks later",
+       "elsewhere leave:editor 5 map:other 10 activate:other", Command::givenOn},
+      {"a window that says that it is on another one", "elsewhere map:other 10 activate:other", {}},
       {"another workspace, because a window there asked", "ask 10 workspace 20 activate:other", {}},
       {"another workspace, because a window was made there", "create:other 10 workspace 20 activate:other", {}},
       {"another workspace, long ago", "workspace 2000 activate:terminal", {}},
