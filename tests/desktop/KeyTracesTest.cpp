@@ -1,6 +1,7 @@
 // What was held back may have been a password: nothing of it stays behind in the guard's memory.
 #include <algorithm>
 #include <array>
+#include <csignal>
 #include <fstream>
 #include <random>
 #include <thread>
@@ -50,6 +51,38 @@ std::size_t longestTrace(const Bytes& memory, const std::vector<KeyCode>& keys) 
     }
   }
   return longest;
+}
+
+std::string contentsOf(const std::filesystem::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+TEST(KeyTraces, AreInNothingThatItWrites) {
+  const std::string canary = "xylophage";
+  Scene scene(WindowManager::openbox);
+  scene.guard.emplace(scene.desktop, Guard::programUnderTest(), Environment{{"QT_LOGGING_RULES", "app.varnolet.*=true"}});
+  steal(scene.thief, Theft::byRequest);
+  std::string codes;
+  for (const char letter : canary) {
+    scene.typist.write(letter);
+    codes += std::to_string(scene.typist.pressed().back()) + ' ';
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  ASSERT_TRUE(scene.editorGotAll()) << scene.account();
+  blockedEvents(scene.desktop, 1);
+  const auto limits = contentsOf("/proc/" + std::to_string(scene.guard->process().pid()) + "/limits");
+  EXPECT_NE(limits.find("Max core file size        1 "), std::string::npos) << limits;
+  scene.guard->process().signal(SIGABRT);
+  ASSERT_TRUE(scene.guard->process().ending());
+  std::vector<std::string> texts = scene.guard->log().all();
+  EXPECT_GT(texts.size(), 20u) << "it was not asked for every step";
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(scene.desktop.home())) {
+    if (entry.is_regular_file()) texts.push_back(contentsOf(entry.path()));
+  }
+  for (const auto& text : texts) {
+    for (const auto& trace : {canary, codes}) EXPECT_EQ(text.find(trace), std::string::npos) << text.substr(0, 200);
+  }
 }
 
 TEST(KeyTraces, AreGoneOnceTheKeysAre) {
