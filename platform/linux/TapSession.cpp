@@ -14,51 +14,41 @@ namespace {
 
 constexpr Logger gestureLog(LogCategory::gesture);
 
-// The gate opens when it has been quiet for so long: longer than a capture lasts by default.
-constexpr std::chrono::milliseconds quietBeforeOpening{1500};
 // While the gate is closed the watchdog wants to hear from us well within its patience.
 constexpr std::chrono::milliseconds beatInterval{100};
-constexpr std::chrono::milliseconds recheckInterval{1000};
-// As long as a capture lasts by default: a key that waits longer comes too late to be of use.
-constexpr std::chrono::milliseconds longestWaitForGrab{500};
-// With the gate open no shortcut can be made to wait, so it opens only when even an overloaded desktop has settled.
-constexpr std::chrono::milliseconds settlingBeforeOpening{500};
-// The keyboard is handed back in a pause of the typing, not between two keys: each change tells every program of it.
-constexpr std::chrono::milliseconds pauseBeforeHandingBack{500};
 
 }  // namespace
 
-std::unique_ptr<TapSession> TapSession::open(Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+std::unique_ptr<TapSession> TapSession::open(Decide decide, std::shared_ptr<WatchdogLink> watchdog,
                                              std::shared_ptr<ActivationDesk> desk) {
   auto connection = XcbConnection::open();
   if (!connection) return nullptr;
   auto session = std::unique_ptr<TapSession>(
-      new TapSession(std::move(connection), std::move(judge), std::move(watchdog), std::move(desk)));
+      new TapSession(std::move(connection), std::move(decide), std::move(watchdog), std::move(desk)));
   if (!session->devices_.isSupported()) return nullptr;
   session->begin();
   return session->isLost() ? nullptr : std::move(session);
 }
 
-TapSession::TapSession(std::unique_ptr<XcbConnection> connection, Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+TapSession::TapSession(std::unique_ptr<XcbConnection> connection, Decide decide, std::shared_ptr<WatchdogLink> watchdog,
                        std::shared_ptr<ActivationDesk> desk)
     : connection_(std::move(connection)),
-      judge_(std::move(judge)),
+      decide_(std::move(decide)),
       watchdog_(std::move(watchdog)),
       desk_(std::move(desk)),
-      inbox_(std::make_shared<HeldKeyInbox>()),
       devices_(*connection_),
       focus_(*connection_),
       intent_(*connection_, devices_),
       gate_(*connection_),
       keymaps_(*connection_),
-      emitter_(*connection_, devices_, watchdog_) {}
+      emitter_(*connection_, devices_, watchdog_),
+      passage_(*connection_, balance_, emitter_, *this) {}
 
 TapSession::~TapSession() {
   desk_->close();
-  inbox_->close();
-  queue_ = {};
-  settle();
-  emit(balance_.releaseEmitted());
+  passage_.close();
+  passage_.settle();
+  passage_.emit(balance_.releaseEmitted());
   if (gate_.isClosed()) {
     for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
     openGate();
@@ -99,7 +89,7 @@ void TapSession::refreshDevices() {
   keymaps_.setDevices(now, devices_.xtestKeyboard(), devices_.masterKeyboard());
   keymaps_.keyboardTypes(typist_);
   if (gate_.isClosed()) gate_.close(now);
-  settle();
+  passage_.settle();
 }
 
 void TapSession::forget(DeviceId keyboard) {
@@ -112,66 +102,26 @@ void TapSession::forget(DeviceId keyboard) {
 
 void TapSession::addPollDescriptors(std::vector<pollfd>& descriptors) const {
   descriptors.push_back({connection_->fileDescriptor(), POLLIN, 0});
-  descriptors.push_back({inbox_->fileDescriptor(), POLLIN, 0});
+  descriptors.push_back({passage_.fileDescriptor(), POLLIN, 0});
   descriptors.push_back({desk_->fileDescriptor(), POLLIN, 0});
 }
 
 std::optional<TapSession::Clock::time_point> TapSession::deadline() const {
   if (!gate_.isClosed()) return std::nullopt;
   const auto beat = Clock::now() + beatInterval;
-  return nextGoes_ ? std::min(beat, *nextGoes_) : beat;
+  return std::min(beat, passage_.nextDue().value_or(beat));
 }
 
 bool TapSession::perform() {
   if (!std::exchange(isDeskOpen_, true)) desk_->open();
   watchdog_->beat();
   keymaps_.noteEndOfCopies();
-  if (handleInbox() || handleActivations() || handleTimeToGo() || handleEndOfGrab()) return true;
+  if (passage_.takePosted() || handleActivations() || passage_.takeDue() || passage_.takeEndOfGrab()) return true;
   if (const XcbOwned<xcb_generic_event_t> event{xcb_poll_for_event(*connection_)}) {
     take(*event);
     return true;
   }
   return openIfQuiet();
-}
-
-bool TapSession::handleInbox() {
-  const auto messages = inbox_->takeAll();
-  if (messages.empty()) return false;
-  for (const auto& message : messages) {
-    message.isPosted ? queue_.post(message.ordinal) : queue_.drop(message.ordinal);
-  }
-  advance();
-  settle();
-  return true;
-}
-
-// What has waited for its time goes now.
-bool TapSession::handleTimeToGo() {
-  if (!nextGoes_ || Clock::now() < *nextGoes_) return false;
-  advance();
-  settle();
-  return true;
-}
-
-// What was typed before another program's grab goes when that ends, and is dropped if it does not.
-bool TapSession::handleEndOfGrab() {
-  if (!grabWaitEnds_) return false;
-  if (isGrabUninvited()) {
-    if (Clock::now() < *grabWaitEnds_) return false;
-    while (queue_.ready()) queue_.removeFirst();
-    chordDelay_ = {};
-  }
-  grabWaitEnds_.reset();
-  advance();
-  settle();
-  return true;
-}
-
-// A shortcut waits until somebody has it. The rest of its chord then keeps its distance: window managers take the
-// keyboard in between, and would miss what comes at once.
-TapSession::Clock::time_point TapSession::timeToGo(const KeyQueue::Entry& entry) const {
-  const auto inPace = entry.arrived + chordDelay_;
-  return mayBeShortcut(entry.stroke) ? std::max(inPace, emitter_.settlesAt()) : inPace;
 }
 
 // All that the server sent before an activation has come in when it answers a question that is asked now.
@@ -278,16 +228,16 @@ void TapSession::handleKey(DeviceId keyboard, KeyCode key, bool isPress) {
   balance_.fingerMoved(keyboard, key, isPress);
   const KeyStroke stroke{key, isPress, roles_.typeOf(key, isPress), roles_.flagsOf(key, balance_.fingers()), {}};
   if (!gate_.holds(keyboard)) {
-    emit(balance_.delivered(key, isPress));
-    judgeDelivered(stroke);
+    passage_.emit(balance_.delivered(key, isPress));
+    decideDelivered(stroke);
   } else if (isGrabbedElsewhere_) {
     // The program that grabbed the keyboard gets every key at once, whatever else is going on.
-    emit(balance_.emit(key, isPress));
-    judgeDelivered(stroke);
+    passage_.emit(balance_.emit(key, isPress));
+    decideDelivered(stroke);
   } else {
-    admit(stroke);
+    passage_.admit(stroke);
   }
-  settle();
+  passage_.settle();
 }
 
 // Told before anything is asked of the server: the place is where the pointer was seen last.
@@ -296,7 +246,7 @@ void TapSession::handleButton(const xcb_input_raw_button_press_event_t& event) {
   if (!type) return;
   if (event.event_type == XCB_INPUT_RAW_BUTTON_PRESS) {
     TapEvent press(roles_.flagsOf(0, balance_.fingers()), pointer_);
-    judge(*type, press, std::nullopt);
+    decide(*type, press, std::nullopt);
   }
   tell(intent_.buttonMoved(event));
 }
@@ -319,7 +269,7 @@ void TapSession::tell(std::optional<Command> command) {
   if (!command) return;
   gestureLog.debug("command: %s", describe(*command));
   TapEvent event(kCGEventFlagMaskCommand, pointer_);
-  judge(kCGEventKeyDown, event, std::nullopt);
+  decide(kCGEventKeyDown, event, std::nullopt);
 }
 
 void TapSession::noteFocus(FocusWatch::Sign sign) {
@@ -332,75 +282,14 @@ void TapSession::noteFocus(FocusWatch::Sign sign) {
 }
 
 // The applications have it already: the verdict can only tell that the next ones should be held.
-void TapSession::judgeDelivered(const KeyStroke& stroke) {
+void TapSession::decideDelivered(const KeyStroke& stroke) {
   TapEvent event(stroke.flags, stroke.location);
-  if (!judge(stroke.type, event, knownFront())) disturb();
+  if (!decide(stroke.type, event, knownFront())) disturb();
 }
 
-void TapSession::admit(const KeyStroke& stroke) {
-  const KeyQueue::Ordinal ordinal = queue_.takeOrdinal();
-  const bool isFirst = queue_.isEmpty();
-  const auto now = Clock::now();
-  if (isFirst && mayBeShortcut(stroke) && now < emitter_.settlesAt()) {
-    queue_.append({ordinal, stroke, KeyQueue::State::posted, std::nullopt, now});
-    nextGoes_ = emitter_.settlesAt();
-    return;
-  }
-  TapEvent event(stroke, ordinal, inbox_);
-  // One that has to wait its turn is not emitted now, so the focus may move: the server has others to serve.
-  std::optional<ServerGrab> grab;
-  if (isFirst) grab.emplace(*connection_);
-  const auto front = isFirst ? frontForKey() : focus_.frontmostProcess();
-  if (!judge(stroke.type, event, front)) {
-    disturb();
-    if (event.wasCopied()) queue_.append({ordinal, stroke, KeyQueue::State::held, std::nullopt, now});
-  } else if (isFirst) {
-    emit(balance_.emit(stroke.key, stroke.isPress));
-  } else {
-    queue_.append({ordinal, stroke, KeyQueue::State::passed, front, now});
-  }
-}
-
-// Lets the keys go that nothing holds back. Posted ones enter the tap like any other key. A passed one whose
-// destination is no longer in front is judged anew: it must not reach whoever came in between.
-void TapSession::advance() {
-  nextGoes_.reset();
-  while (const KeyQueue::Entry* first = queue_.ready()) {
-    const KeyQueue::Entry entry = *first;
-    if (const auto when = timeToGo(entry); when > Clock::now()) {
-      nextGoes_ = when;
-      return;
-    }
-    const ServerGrab grab(*connection_);
-    const auto front = frontForKey();
-    // With the answer has come all that was before it, a grab among it. Keys that came too are behind this one.
-    takeQueued();
-    if (isGrabUninvited()) {
-      if (!grabWaitEnds_) grabWaitEnds_ = Clock::now() + longestWaitForGrab;
-      return;
-    }
-    if (entry.state == KeyQueue::State::posted || front != entry.destination) {
-      TapEvent event(entry.stroke, entry.ordinal, inbox_);
-      if (!judge(entry.stroke.type, event, front)) {
-        disturb();
-        if (event.wasCopied()) {
-          queue_.holdFirstAgain();
-        } else {
-          queue_.removeFirst();
-        }
-        continue;
-      }
-    }
-    queue_.removeFirst();
-    if (mayBeShortcut(entry.stroke) && entry.arrived < emitter_.settlesAt()) chordDelay_ = Clock::now() - entry.arrived;
-    emit(balance_.emit(entry.stroke.key, entry.stroke.isPress));
-    if (queue_.isEmpty() || balance_.emittedDown().none()) chordDelay_ = {};
-  }
-}
-
-bool TapSession::judge(CGEventType type, TapEvent& event, std::optional<pid_t> front) {
+bool TapSession::decide(CGEventType type, TapEvent& event, std::optional<pid_t> front) {
   const FrontmostOnThread frontmost(front);
-  const bool passes = judge_(type, event);
+  const bool passes = decide_(type, event);
   // Who decides where to go is not to be brought back.
   if (isGesture(type, event)) desk_->returnUnderWay().end();
   return passes;
@@ -424,21 +313,21 @@ std::optional<pid_t> TapSession::knownFront() {
 void TapSession::disturb() {
   const bool closes = !gate_.isClosed();
   if (isGrabbedElsewhere_ || (closes && !watchdog_->isAnswering())) return;
-  lastDisturbance_ = Clock::now();
+  timing_.noteDisturbance(Clock::now());
   // The watchdog first: it has to know of every grab.
   if (closes) watchdog_->gateClosed();
   gate_.close(devices_.keyboards());
 }
 
 bool TapSession::wasDisturbedLately() const {
-  return Clock::now() - lastDisturbance_ < quietBeforeOpening && watchdog_->isAnswering();
+  return timing_.wasDisturbedLately(Clock::now()) && watchdog_->isAnswering();
 }
 
 // True if the server was asked something: with its answers events may have come that nothing else would wake us for.
 bool TapSession::openIfQuiet() {
-  if (!gate_.isClosed() || !queue_.isEmpty() || wasDisturbedLately()) return false;
-  if (Clock::now() - handedBack_ < settlingBeforeOpening) return false;
-  if (emitter_.hasTakenOver() && Clock::now() - emitter_.lastEmission() < pauseBeforeHandingBack) return false;
+  if (!gate_.isClosed() || !passage_.isEmpty() || wasDisturbedLately()) return false;
+  if (!timing_.hasSettled(Clock::now())) return false;
+  if (emitter_.hasTakenOver() && !GateTiming::isPause(emitter_.lastEmission(), Clock::now())) return false;
   if (balance_.fingers().any()) return recheckFingers();
   if (!keymaps_.isReadyToOpen()) return false;
   // What the user switched while the gate was closed (Caps Lock, the layout) the applications have, but the floating
@@ -446,13 +335,13 @@ bool TapSession::openIfQuiet() {
   for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
   // A key that is still on its way through the gate could be overtaken by the next one.
   takeQueued();
-  if (!queue_.isEmpty() || balance_.fingers().any() || wasDisturbedLately()) return true;
+  if (!passage_.isEmpty() || balance_.fingers().any() || wasDisturbedLately()) return true;
   if (emitter_.hasTakenOver() && typist_ != 0) {
     // Ahead of the opening: while the gate is closed, shortcuts can wait. The gate is open for nobody meanwhile.
     const ServerGrab grab(*connection_);
     gate_.open();
     emitter_.handBack(typist_);
-    handedBack_ = Clock::now();
+    timing_.noteHandedBack(Clock::now());
     gate_.close(devices_.keyboards());
   } else {
     openGate();
@@ -462,8 +351,7 @@ bool TapSession::openIfQuiet() {
 
 // A finger may have gone up unseen, as while another program grabs the keyboard. Looked at now and then only.
 bool TapSession::recheckFingers() {
-  if (Clock::now() - lastRecheck_ < recheckInterval) return false;
-  lastRecheck_ = Clock::now();
+  if (!timing_.isTimeToRecheck(Clock::now())) return false;
   std::vector<std::pair<DeviceId, KeySet>> found;
   for (const DeviceId keyboard : gate_.grabbed()) {
     if (const auto down = devices_.keysDown(keyboard)) found.emplace_back(keyboard, *down);
@@ -471,7 +359,7 @@ bool TapSession::recheckFingers() {
   // Events that came in with the answers tell themselves what moved, and want to be judged.
   if (takeQueued()) return true;
   for (const auto& [keyboard, down] : found) balance_.setFingers(keyboard, down);
-  settle();
+  passage_.settle();
   return true;
 }
 
@@ -488,10 +376,6 @@ void TapSession::openGate() {
   gate_.open();
   front_.reset();
   watchdog_->gateOpened();
-}
-
-void TapSession::settle() {
-  emit(balance_.settle([this](KeyCode key) { return queue_.contains(key); }));
 }
 
 }  // namespace platform::linux_desktop

@@ -11,12 +11,12 @@
 
 #include "platform/linux/ActivationDesk.h"
 #include "platform/linux/FocusWatch.h"
-#include "platform/linux/HeldKeys.h"
+#include "platform/linux/GateTiming.h"
 #include "platform/linux/InputDevices.h"
 #include "platform/linux/IntentWatch.h"
 #include "platform/linux/KeyBalance.h"
 #include "platform/linux/KeyEmitter.h"
-#include "platform/linux/KeyQueue.h"
+#include "platform/linux/KeyPassage.h"
 #include "platform/linux/KeyRoles.h"
 #include "platform/linux/KeyboardGate.h"
 #include "platform/linux/KeymapKeeper.h"
@@ -28,14 +28,14 @@ namespace platform::linux_desktop {
 // Watches keys and buttons while the gate is open. When the focus may move it closes the gate; every key then waits for
 // the verdict, and what passes is typed again through XTEST. Destroying it frees the keyboards and leaves no key down.
 // Used by one thread at a time.
-class TapSession {
+class TapSession final : private KeyPassage::Session {
  public:
   using Clock = std::chrono::steady_clock;
   // Shows an event to the tap's owner; true lets it pass.
-  using Judge = std::function<bool(CGEventType, TapEvent&)>;
+  using Decide = std::function<bool(CGEventType, TapEvent&)>;
 
   // Null where the server, or what it offers, does not allow a tap.
-  static std::unique_ptr<TapSession> open(Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+  static std::unique_ptr<TapSession> open(Decide decide, std::shared_ptr<WatchdogLink> watchdog,
                                           std::shared_ptr<ActivationDesk> desk);
   TapSession(const TapSession&) = delete;
   TapSession& operator=(const TapSession&) = delete;
@@ -49,16 +49,13 @@ class TapSession {
   bool perform();
 
  private:
-  TapSession(std::unique_ptr<XcbConnection> connection, Judge judge, std::shared_ptr<WatchdogLink> watchdog,
+  TapSession(std::unique_ptr<XcbConnection> connection, Decide decide, std::shared_ptr<WatchdogLink> watchdog,
              std::shared_ptr<ActivationDesk> desk);
 
   void begin();
   void refreshDevices();
   void forget(DeviceId keyboard);
-  bool handleInbox();
   bool handleActivations();
-  bool handleTimeToGo();
-  bool handleEndOfGrab();
   void take(const xcb_generic_event_t& event);
   void handleInput(const xcb_ge_generic_event_t& event);
   void handleHierarchy(const xcb_input_hierarchy_event_t& event);
@@ -71,30 +68,24 @@ class TapSession {
   void tell(std::optional<Command> command);
   void noteFocus(FocusWatch::Sign sign);
 
-  void judgeDelivered(const KeyStroke& stroke);
-  void admit(const KeyStroke& stroke);
-  void advance();
-  // Another program grabbed the keyboard of its own accord: what was typed before is not for it.
-  bool isGrabUninvited() const { return isGrabbedElsewhere_ && !isGrabInvited_; }
-  Clock::time_point timeToGo(const KeyQueue::Entry& entry) const;
-  bool judge(CGEventType type, TapEvent& event, std::optional<pid_t> front);
-  std::optional<pid_t> frontForKey();
+  bool decide(CGEventType type, TapEvent& event, std::optional<pid_t> front) override;
+  void decideDelivered(const KeyStroke& stroke);
+  std::optional<pid_t> frontmost() override { return focus_.frontmostProcess(); }
+  std::optional<pid_t> frontForKey() override;
   std::optional<pid_t> knownFront();
+  bool isGrabUninvited() const override { return isGrabbedElsewhere_ && !isGrabInvited_; }
 
-  void disturb();
+  void disturb() override;
   bool wasDisturbedLately() const;
   bool openIfQuiet();
   bool recheckFingers();
-  bool takeQueued();
+  bool takeQueued() override;
   void openGate();
-  void emit(const std::vector<KeyBalance::Emission>& emissions) { emitter_.emit(emissions, balance_.emittedDown()); }
-  void settle();
 
   std::unique_ptr<XcbConnection> connection_;
-  Judge judge_;
+  Decide decide_;
   std::shared_ptr<WatchdogLink> watchdog_;
   std::shared_ptr<ActivationDesk> desk_;
-  std::shared_ptr<HeldKeyInbox> inbox_;
   InputDevices devices_;
   FocusWatch focus_;
   IntentWatch intent_;
@@ -103,7 +94,8 @@ class TapSession {
   KeyRoles roles_;
   KeyBalance balance_;
   KeyEmitter emitter_;
-  KeyQueue queue_;
+  KeyPassage passage_;
+  GateTiming timing_;
 
   std::uint8_t xinputOpcode_ = 0;
   bool isDeskOpen_ = false;
@@ -111,14 +103,8 @@ class TapSession {
   std::optional<std::optional<pid_t>> front_;
   bool isGrabbedElsewhere_ = false;
   bool isGrabInvited_ = false;  // a key that was typed began the grab: what follows it is meant for that program
-  std::optional<Clock::time_point> grabWaitEnds_;  // if the queue waits for the end of a grab
-  std::optional<Clock::time_point> nextGoes_;      // if the first key of the queue waits for its time
-  Clock::duration chordDelay_{};                   // what is left of a chord comes so much later than it was typed
   DeviceId typist_ = 0;                            // the keyboard that was typed on last
   CGPoint pointer_;                                // where a mouse came into a window last
-  Clock::time_point lastDisturbance_;
-  Clock::time_point lastRecheck_;
-  Clock::time_point handedBack_;  // the applications' keyboard to the hardware, lately
 };
 
 }  // namespace platform::linux_desktop
