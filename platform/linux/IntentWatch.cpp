@@ -59,7 +59,7 @@ void IntentWatch::handle(const xcb_generic_event_t& event) {
     case XCB_PROPERTY_NOTIFY: {
       const auto& property = reinterpret_cast<const xcb_property_notify_event_t&>(event);
       const bool isOfRoot = property.window == connection_.root();
-      if (isOfRoot && property.atom == connection_.atom("_NET_CURRENT_DESKTOP")) intent_.workspaceChanged(now());
+      if (isOfRoot && property.atom == connection_.atom("_NET_CURRENT_DESKTOP")) noteWorkspace();
       return;
     }
     default:
@@ -70,11 +70,23 @@ void IntentWatch::handle(const xcb_generic_event_t& event) {
 std::optional<Command> IntentWatch::commandBehind(Activation activation) {
   activation.topLevel = topLevelOf(activation.window);
   activation.previousTopLevel = topLevelOf(activation.previousWindow);
-  const auto present = numberOf(connection_, connection_.root(), "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL);
+  const auto present = workspace();
   const auto its = numberOf(connection_, activation.window, "_NET_WM_DESKTOP", XCB_ATOM_CARDINAL);
   constexpr std::uint32_t everyWorkspace = 0xFFFFFFFF;
   activation.isElsewhere = present && its && *its != everyWorkspace && its != present;
   return intent_.commandBehind(activation, now());
+}
+
+// A window manager that takes over from another says which workspace is shown, too.
+void IntentWatch::noteWorkspace() {
+  const auto present = workspace();
+  if (!present || present == workspace_) return;
+  workspace_ = present;
+  intent_.workspaceChanged(now());
+}
+
+std::optional<std::uint32_t> IntentWatch::workspace() {
+  return numberOf(connection_, connection_.root(), "_NET_CURRENT_DESKTOP", XCB_ATOM_CARDINAL);
 }
 
 xcb_window_t IntentWatch::topLevelOf(xcb_window_t window) {

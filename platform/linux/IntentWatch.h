@@ -19,6 +19,9 @@ class IntentWatch {
  public:
   IntentWatch(XcbConnection& connection, const InputDevices& devices) : connection_(connection), devices_(devices) {}
 
+  // Before any event is brought here.
+  void begin() { workspace_ = workspace(); }
+
   // A finger on a physical keyboard.
   std::optional<Command> keyMoved(const UserIntent::Key& key, const xcb_input_raw_key_press_event_t& event);
   // One of the buttons that are told, on a physical mouse.
@@ -34,11 +37,14 @@ class IntentWatch {
   std::optional<Command> commandBehind(Activation activation);
 
  private:
+  void noteWorkspace();
+  std::optional<std::uint32_t> workspace();
   // The window itself or the one around it that is a child of the root; none if it is gone.
   xcb_window_t topLevelOf(xcb_window_t window);
 
   XcbConnection& connection_;
   const InputDevices& devices_;
+  std::optional<std::uint32_t> workspace_;  // the last one that was known
   ServerClock clock_;
   UserIntent intent_;
 };

@@ -64,6 +64,7 @@ void TapSession::begin() {
   keymaps_.begin();
   refreshDevices();
   focus_.begin();
+  intent_.begin();
   xcb_flush(*connection_);
 }
 
