@@ -32,8 +32,7 @@ class FocusChangeObserver final : public std::enable_shared_from_this<FocusChang
   FocusChangeObserver(std::shared_ptr<GestureDetecting> gestureDetector,
                       std::shared_ptr<WhitelistChecking> whitelistChecker, std::int64_t gestureWindowMs,
                       std::shared_ptr<FocusGuardState> state, std::weak_ptr<FocusChangeDelegate> delegate,
-                      std::shared_ptr<KeystrokeBuffer> keystrokeBuffer,
-                      std::shared_ptr<ExpectedReturn> expectedReturn,
+                      std::shared_ptr<KeystrokeBuffer> keystrokeBuffer, std::shared_ptr<ExpectedReturn> expectedReturn,
                       std::shared_ptr<EventRouter> eventRouter);
   FocusChangeObserver(const FocusChangeObserver&) = delete;
   FocusChangeObserver& operator=(const FocusChangeObserver&) = delete;

@@ -46,8 +46,7 @@ LinuxWorkspace::LinuxWorkspace(XcbConnection& connection, TaskServices& tasks, A
       owners_(connection),
       naming_(connection, std::move(applicationIdentifier)),
       registry_(*this),
-      return_(connection, events_, owners_, tasks, desk,
-              [this](pid_t process) { return windowsOf(process); }),
+      return_(connection, events_, owners_, tasks, desk, [this](pid_t process) { return windowsOf(process); }),
       readable_(connection.fileDescriptor(), QSocketNotifier::Read) {
   desk_.returnUnderWay().setEndHandler([this] { tasks_.runOnMainThread([this] { updateFrontmost(); }); });
   selectEvents(connection_, connection_.root(), XCB_EVENT_MASK_PROPERTY_CHANGE);

@@ -103,8 +103,8 @@ class TapSession final : private KeyPassage::Session {
   std::optional<std::optional<pid_t>> front_;
   bool isGrabbedElsewhere_ = false;
   bool isGrabInvited_ = false;  // a key that was typed began the grab: what follows it is meant for that program
-  DeviceId typist_ = 0;                            // the keyboard that was typed on last
-  CGPoint pointer_;                                // where a mouse came into a window last
+  DeviceId typist_ = 0;         // the keyboard that was typed on last
+  CGPoint pointer_;             // where a mouse came into a window last
 };
 
 }  // namespace platform::linux_desktop

@@ -17,9 +17,9 @@ using KeyState = std::uint32_t;
 bool isForPopover(std::uint32_t keysym, KeyState state, bool isOnControl);
 
 // Has the X server wait after each key until it is decided whose it is. The first one that is not for the popover
-// closes it and goes, with all that follow, to the application in front, as if there had been no popover: but a shortcut
-// of the desktop that is a single key is typed there, and one that comes just as the popover appears, before the server
-// waits, may be lost. Main thread.
+// closes it and goes, with all that follow, to the application in front, as if there had been no popover: but a
+// shortcut of the desktop that is a single key is typed there, and one that comes just as the popover appears, before
+// the server waits, may be lost. Main thread.
 class PopoverKeyboard final : public QAbstractNativeEventFilter {
  public:
   // Does nothing where there is no X server.

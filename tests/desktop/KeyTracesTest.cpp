@@ -61,7 +61,8 @@ std::string contentsOf(const std::filesystem::path& file) {
 TEST(KeyTraces, AreInNothingThatItWrites) {
   const std::string canary = "xylophage";
   Scene scene(WindowManager::openbox);
-  scene.guard.emplace(scene.desktop, Guard::programUnderTest(), Environment{{"QT_LOGGING_RULES", "app.varnolet.*=true"}});
+  scene.guard.emplace(scene.desktop, Guard::programUnderTest(),
+                      Environment{{"QT_LOGGING_RULES", "app.varnolet.*=true"}});
   steal(scene.thief, Theft::byRequest);
   std::string codes;
   for (const char letter : canary) {

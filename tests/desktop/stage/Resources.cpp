@@ -23,16 +23,14 @@ std::size_t residentKiBOf(pid_t process) {
 
 std::size_t descriptorsOf(pid_t process) {
   const auto last = std::filesystem::directory_iterator();
-  return static_cast<std::size_t>(
-      std::distance(std::filesystem::directory_iterator(folderOf(process) / "fd"), last));
+  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folderOf(process) / "fd"), last));
 }
 
 // Over all of its connections.
 std::size_t inServerOf(pid_t process, const XConnection& connection) {
   std::size_t count = 0;
   xcb_res_client_id_spec_t spec{0, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-  const auto ids =
-      answer(connection, xcb_res_query_client_ids_reply, xcb_res_query_client_ids(connection, 1, &spec));
+  const auto ids = answer(connection, xcb_res_query_client_ids_reply, xcb_res_query_client_ids(connection, 1, &spec));
   if (!ids) return 0;
   for (auto id = xcb_res_query_client_ids_ids_iterator(ids.get()); id.rem > 0; xcb_res_client_id_value_next(&id)) {
     if (static_cast<pid_t>(*xcb_res_client_id_value_value(id.data)) != process) continue;

@@ -234,7 +234,8 @@ TEST(UserIntent, KnowsWhatTheUserChose) {
       {"a window that appears meanwhile", "+alt +command grab -command 900 -alt map:other 1000 activate:other", {}},
       {"one that asks meanwhile", "+alt +command grab -command 900 -alt ask 1000 activate:other", {}},
       {"and another window comes after the chosen one",
-       "+alt +command grab -command 900 -alt 1000 activate:terminal 1300 activate:other", {}},
+       "+alt +command grab -command 900 -alt 1000 activate:terminal 1300 activate:other",
+       {}},
       {"a thief, sent back just now", "+alt +command grab -command 900 -alt returning 1000 activate:other", {}},
       {"Alt is let go after a mnemonic", "+alt command -alt 300 activate:other", {}},
   });
@@ -248,7 +249,8 @@ TEST(UserIntent, KnowsWhereThePointerWent) {
       {"into one that had just come up", "900 create:other 1000 pointer:frame now-in:frame 1010 activate:other", {}},
       {"into one that then asks", "create:other 1000 pointer:frame ask now-in:frame 1010 activate:other", {}},
       {"into one that has had the focus since, and was left by a key",
-       "create:other 1000 pointer:frame now-in:frame 1010 activate:other 1500 activate:other", {}},
+       "create:other 1000 pointer:frame now-in:frame 1010 activate:other 1500 activate:other",
+       {}},
       {"into it long ago", "create:other 1000 pointer:frame now-in:frame 2100 activate:other", {}},
   });
 }
