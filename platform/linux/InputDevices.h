@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/KeyStroke.h"
+#include "platform/linux/Keys.h"
 #include "platform/linux/XcbConnection.h"
 
 namespace platform::linux_desktop {

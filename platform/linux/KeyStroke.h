@@ -1,17 +1,11 @@
 // What the event tap knows of one key event.
 #pragma once
 
-#include <bitset>
-#include <cstdint>
-
 #include "platform/CGEvent.h"
+#include "platform/linux/Keys.h"
 #include "platform/linux/Wiped.h"
 
 namespace platform::linux_desktop {
-
-using KeyCode = std::uint8_t;
-using KeySet = std::bitset<256>;
-using DeviceId = std::uint16_t;
 
 struct KeyStroke {
   Wiped<KeyCode> key;

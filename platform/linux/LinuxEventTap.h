@@ -10,7 +10,7 @@
 namespace platform::linux_desktop {
 
 // A handle to a tap; the work is done by its source, on the thread whose loop holds it.
-class LinuxEventTap final : public CFMachPort {
+class LinuxEventTap final : public PolledPort {
  public:
   // Null where the server, or what it offers, allows no tap, or where it is a guest in a Wayland session. While the tap
   // runs, activations wait at `desk` for it.
@@ -21,7 +21,7 @@ class LinuxEventTap final : public CFMachPort {
   bool isEnabled() const override;
   void invalidate() override;
   // Absent for a tap that may only listen.
-  CFRunLoopSourceRef createSource() const;
+  CFRunLoopSourceRef createSource() const override;
 
  private:
   class Source;

@@ -8,7 +8,6 @@
 #include <mutex>
 
 #include "platform/linux/FileDescriptor.h"
-#include "platform/linux/LinuxEventTap.h"
 #include "platform/linux/MainLoopSource.h"
 
 namespace platform::linux_desktop {
@@ -96,8 +95,8 @@ class ThreadLoop final : public CFRunLoop {
 }  // namespace
 
 CFRunLoopSourceRef LinuxRunLoops::createSource(const CFMachPortRef& port, int) {
-  const auto tap = std::dynamic_pointer_cast<LinuxEventTap>(port);
-  return tap ? tap->createSource() : nullptr;
+  const auto polled = std::dynamic_pointer_cast<PolledPort>(port);
+  return polled ? polled->createSource() : nullptr;
 }
 
 CFRunLoopRef LinuxRunLoops::current() {

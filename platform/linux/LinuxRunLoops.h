@@ -23,6 +23,13 @@ class PolledSource : public CFRunLoopSource {
   virtual bool perform() = 0;
 };
 
+// A port whose source is polled.
+class PolledPort : public CFMachPort {
+ public:
+  // Absent where it has nothing to tell.
+  virtual CFRunLoopSourceRef createSource() const = 0;
+};
+
 class LinuxRunLoops final : public RunLoops {
  public:
   CFRunLoopSourceRef createSource(const CFMachPortRef& port, int order) override;

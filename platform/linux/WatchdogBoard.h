@@ -6,7 +6,7 @@
 #include <chrono>
 #include <cstdint>
 
-#include "platform/linux/KeyStroke.h"
+#include "platform/linux/Keys.h"
 
 namespace platform::linux_desktop {
 
