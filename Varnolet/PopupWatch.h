@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "platform/linux/WatchdogLink.h"
+#include "platform/linux/watchdog/WatchdogLink.h"
 
 // One in the process, on the main thread, once the application object is there. While a popup is shown, it has grabbed
 // keyboard and pointer: a watchdog hears meanwhile that the event loop goes on, and otherwise takes the popup's window

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/linux/WorkerThreads.h"
+#include "platform/linux/threads/WorkerThreads.h"
 
 namespace bench {
 namespace {

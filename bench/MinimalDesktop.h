@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "platform/Desktop.h"
-#include "platform/linux/LinuxFileManager.h"
-#include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/stores/LinuxFileManager.h"
+#include "platform/linux/stores/LinuxUserDefaults.h"
 
 namespace bench {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-#include "../platform/linux/PrivateBus.h"
+#include "../platform/linux/bus/PrivateBus.h"
 #include "ApplicationScene.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <thread>
 
-#include "../platform/linux/LoginService.h"
+#include "../platform/linux/bus/LoginService.h"
 #include "ApplicationScene.h"
 
 namespace {

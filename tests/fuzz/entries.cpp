@@ -1,9 +1,9 @@
 #include <QString>
 
 #include "Fuzz.h"
-#include "platform/linux/ApplicationNames.h"
-#include "platform/linux/AutostartEntry.h"
-#include "platform/linux/LinuxFileManager.h"
+#include "platform/linux/applications/ApplicationNames.h"
+#include "platform/linux/stores/AutostartEntry.h"
+#include "platform/linux/stores/LinuxFileManager.h"
 
 using namespace platform::linux_desktop;
 

@@ -1,5 +1,5 @@
 #include "Fuzz.h"
-#include "platform/linux/LinuxUserDefaults.h"
+#include "platform/linux/stores/LinuxUserDefaults.h"
 #include "varnoletKit/UserSettingsCoding.h"
 
 using namespace varnoletKit;

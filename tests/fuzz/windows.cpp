@@ -1,11 +1,11 @@
 #include <QString>
 
 #include "Fuzz.h"
-#include "platform/linux/AgentRoles.h"
-#include "platform/linux/ApplicationNames.h"
-#include "platform/linux/LogText.h"
-#include "platform/linux/NotificationText.h"
-#include "platform/linux/ReadableText.h"
+#include "platform/linux/applications/AgentRoles.h"
+#include "platform/linux/applications/ApplicationNames.h"
+#include "platform/linux/base/LogText.h"
+#include "platform/linux/base/NotificationText.h"
+#include "platform/linux/base/ReadableText.h"
 #include "platform/linux/intent/StartupId.h"
 
 using namespace platform::linux_desktop;

@@ -10,10 +10,10 @@
 #include <cstring>
 #include <thread>
 
-#include "platform/linux/FileDescriptor.h"
-#include "platform/linux/KeyRecovery.h"
-#include "platform/linux/WatchdogBoard.h"
-#include "platform/linux/XcbConnection.h"
+#include "platform/linux/base/FileDescriptor.h"
+#include "platform/linux/watchdog/KeyRecovery.h"
+#include "platform/linux/watchdog/WatchdogBoard.h"
+#include "platform/linux/x11/XcbConnection.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "DesktopScene.h"
+#include "tests/platform/linux/DesktopScene.h"
 
 #include <algorithm>
 #include <stdexcept>
 
-#include "platform/linux/WindowProperties.h"
+#include "platform/linux/x11/WindowProperties.h"
 
 namespace platform::linux_desktop {
 namespace {

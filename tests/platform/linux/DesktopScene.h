@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "TestFolder.h"
 #include "platform/linux/LinuxDesktop.h"
 #include "tests/desktop/stage/VirtualDesktop.h"
+#include "tests/platform/linux/TestFolder.h"
 
 namespace platform::linux_desktop {
 

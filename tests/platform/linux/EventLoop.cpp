@@ -1,4 +1,4 @@
-#include "EventLoop.h"
+#include "tests/platform/linux/EventLoop.h"
 
 #include <QCoreApplication>
 #include <QTimer>

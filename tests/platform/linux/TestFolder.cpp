@@ -1,4 +1,4 @@
-#include "TestFolder.h"
+#include "tests/platform/linux/TestFolder.h"
 
 #include <sys/resource.h>
 

@@ -7,7 +7,7 @@
 #include <iostream>
 #include <string>
 
-#include "platform/linux/ApplicationInstance.h"
+#include "platform/linux/bus/ApplicationInstance.h"
 
 int main(int argc, char** argv) {
   using platform::linux_desktop::ApplicationInstance;
