@@ -7,10 +7,10 @@
 
 #include "KeyLatency.h"
 #include "Usage.h"
-#include "tests/desktop/stage/Actors.h"
-#include "tests/desktop/stage/Guard.h"
-#include "tests/desktop/stage/Keyboard.h"
-#include "tests/desktop/stage/VirtualDesktop.h"
+#include "tools/stage/Actors.h"
+#include "tools/stage/Guard.h"
+#include "tools/stage/Keyboard.h"
+#include "tools/stage/VirtualDesktop.h"
 
 namespace bench {
 namespace {

@@ -12,7 +12,7 @@
 #include "Allocations.h"
 #include "MinimalDesktop.h"
 #include "Samples.h"
-#include "tests/desktop/stage/VirtualDesktop.h"
+#include "tools/stage/VirtualDesktop.h"
 #include "varnoletKit/EventLogManager.h"
 #include "varnoletKit/EventRouter.h"
 #include "varnoletKit/EventTapManager.h"

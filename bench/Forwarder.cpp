@@ -5,8 +5,8 @@
 
 #include <cstdio>
 
-#include "tests/desktop/stage/Keyboard.h"
-#include "tests/desktop/stage/XConnection.h"
+#include "tools/stage/Keyboard.h"
+#include "tools/stage/XConnection.h"
 
 namespace bench {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "Samples.h"
-#include "tests/desktop/stage/Typist.h"
-#include "tests/desktop/stage/XConnection.h"
+#include "tools/stage/Typist.h"
+#include "tools/stage/XConnection.h"
 
 namespace bench {
 

@@ -9,7 +9,7 @@
 #include "EngineCost.h"
 #include "Forwarder.h"
 #include "Listener.h"
-#include "tests/desktop/stage/Guard.h"
+#include "tools/stage/Guard.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include <vector>
 
 #include "Scene.h"
-#include "tests/desktop/stage/NotificationService.h"
-#include "tests/desktop/stage/Panel.h"
-#include "tests/desktop/stage/ScreenReader.h"
+#include "tools/stage/NotificationService.h"
+#include "tools/stage/Panel.h"
+#include "tools/stage/ScreenReader.h"
 
 namespace stage {
 

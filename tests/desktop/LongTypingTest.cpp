@@ -2,8 +2,8 @@
 #include <cstdio>
 
 #include "Scene.h"
-#include "tests/desktop/stage/Resources.h"
-#include "tests/desktop/stage/Schedule.h"
+#include "tools/stage/Resources.h"
+#include "tools/stage/Schedule.h"
 
 namespace {
 

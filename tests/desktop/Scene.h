@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "tests/desktop/stage/Actors.h"
-#include "tests/desktop/stage/Guard.h"
-#include "tests/desktop/stage/Keyboard.h"
-#include "tests/desktop/stage/Transcript.h"
-#include "tests/desktop/stage/Typist.h"
-#include "tests/desktop/stage/VirtualDesktop.h"
+#include "tools/stage/Actors.h"
+#include "tools/stage/Guard.h"
+#include "tools/stage/Keyboard.h"
+#include "tools/stage/Transcript.h"
+#include "tools/stage/Typist.h"
+#include "tools/stage/VirtualDesktop.h"
 
 namespace stage {
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/linux/LinuxDesktop.h"
-#include "tests/desktop/stage/VirtualDesktop.h"
+#include "tools/stage/VirtualDesktop.h"
 #include "tests/platform/linux/TestFolder.h"
 
 namespace platform::linux_desktop {

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/applications/AgentRoles.h"
-#include "tests/desktop/stage/ChildProcess.h"
+#include "tools/stage/ChildProcess.h"
 #include "tests/platform/linux/TestFolder.h"
 
 namespace platform::linux_desktop {

@@ -7,7 +7,7 @@
 #include <QVariantMap>
 #include <csignal>
 
-#include "tests/desktop/stage/ChildProcess.h"
+#include "tools/stage/ChildProcess.h"
 #include "tests/platform/linux/bus/PrivateBus.h"
 
 namespace platform::linux_desktop {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/linux/base/FileDescriptor.h"
-#include "tests/desktop/stage/ChildProcess.h"
+#include "tools/stage/ChildProcess.h"
 #include "tests/platform/linux/TestFolder.h"
 
 namespace platform::linux_desktop {

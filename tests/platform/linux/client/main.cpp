@@ -8,7 +8,7 @@
 #include <iostream>
 #include <string>
 
-#include "tests/desktop/stage/XConnection.h"
+#include "tools/stage/XConnection.h"
 
 namespace {
 

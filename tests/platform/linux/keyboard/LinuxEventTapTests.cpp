@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "platform/linux/keyboard/LinuxEventTap.h"
-#include "tests/desktop/stage/Keyboard.h"
-#include "tests/desktop/stage/Mouse.h"
+#include "tools/stage/Keyboard.h"
+#include "tools/stage/Mouse.h"
 #include "tests/platform/linux/DesktopScene.h"
 #include "tests/platform/linux/EventLoop.h"
 

@@ -2,7 +2,7 @@
 #include <unistd.h>
 
 #include "platform/linux/x11/WindowOwners.h"
-#include "tests/desktop/stage/Waiting.h"
+#include "tools/stage/Waiting.h"
 #include "tests/platform/linux/DesktopScene.h"
 
 namespace platform::linux_desktop {
