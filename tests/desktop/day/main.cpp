@@ -27,8 +27,9 @@ constexpr std::string_view usage =
     "  --at-once N   how many to play at the same time, each on a desktop of its own (4)\n"
     "  --case TEXT   only the cases with this in their name\n"
     "  --real        instead: some of it with programs that people have\n"
-    "  --clicks N    instead: so many clicks on other windows, with two busy loops beside\n"
+    "  --clicks N    instead: so many clicks on other windows, with busy loops beside\n"
     "  --alt-tabs N  instead: so many Alt-Tabs of each kind, likewise\n"
+    "  --busy N      how many loops (2)\n"
     "  --without     without the program: what the window managers do by themselves\n"
     "  --why         say of each case that failed what happened\n"
     "Window managers: all that are installed, if none is named.\n";
@@ -40,6 +41,7 @@ struct Wishes {
   unsigned atOnce = 4;
   unsigned clicks = 0;
   unsigned altTabs = 0;
+  unsigned busyLoops = 2;
   bool isUnguarded = false;
   bool saysWhy = false;
   bool isReal = false;
@@ -49,7 +51,8 @@ bool understand(int count, char** arguments, Wishes& wishes) {
   const std::map<std::string_view, unsigned*> numbers{{"--rounds", &wishes.rounds},
                                                       {"--at-once", &wishes.atOnce},
                                                       {"--clicks", &wishes.clicks},
-                                                      {"--alt-tabs", &wishes.altTabs}};
+                                                      {"--alt-tabs", &wishes.altTabs},
+                                                      {"--busy", &wishes.busyLoops}};
   const std::map<std::string_view, bool*> switches{
       {"--without", &wishes.isUnguarded}, {"--why", &wishes.saysWhy}, {"--real", &wishes.isReal}};
   for (int i = 1; i < count; ++i) {
@@ -156,9 +159,9 @@ class Day {
 
 // True if none was undone or lost.
 bool playCounts(const Wishes& wishes) {
-  const std::vector<std::jthread> busyLoops = [] {
+  const std::vector<std::jthread> busyLoops = [&wishes] {
     std::vector<std::jthread> loops;
-    for (int i = 0; i < 2; ++i) {
+    for (unsigned i = 0; i < wishes.busyLoops; ++i) {
       loops.emplace_back([](const std::stop_token& stop) {
         while (!stop.stop_requested()) {
         }
