@@ -24,6 +24,9 @@ void KeyEmitter::emit(const std::vector<KeyBalance::Emission>& emissions, const 
   // Whenever this process is stopped, the watchdog finds every key on the board that may be down.
   const KeySet before = std::exchange(shownDown_, downAfter);
   watchdog_->emittedDown(before | shownDown_);
+}
+
+void KeyEmitter::flush() {
   xcb_flush(connection_);
   watchdog_->emittedDown(shownDown_);
 }

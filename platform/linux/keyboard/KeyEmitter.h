@@ -23,8 +23,10 @@ class KeyEmitter {
   KeyEmitter(XcbConnection& connection, InputDevices& devices, std::shared_ptr<WatchdogLink> watchdog)
       : connection_(connection), devices_(devices), watchdog_(std::move(watchdog)) {}
 
-  // `downAfter`: what is down through our own emissions once these are made.
+  // `downAfter`: what is down through our own emissions once these are made. They may wait for flush(), or for whatever
+  // else is sent to the server first: with the end of a server grab they make one message.
   void emit(const std::vector<KeyBalance::Emission>& emissions, const KeySet& downAfter);
+  void flush();
   // Whether a press of this key on XTEST's keyboard may be ours. Other programs type there too.
   bool mayHavePressed(KeyCode key) const { return key == lastPress_; }
 

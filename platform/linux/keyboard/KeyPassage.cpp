@@ -118,6 +118,7 @@ void KeyPassage::advance() {
 
 void KeyPassage::settle() {
   emit(balance_.settle([this](KeyCode key) { return queue_.contains(key); }));
+  emitter_.flush();
 }
 
 void KeyPassage::advanceAndSettle() {

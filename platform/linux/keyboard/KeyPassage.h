@@ -59,7 +59,7 @@ class KeyPassage {
   void close();
 
   void emit(const std::vector<KeyBalance::Emission>& emissions) { emitter_.emit(emissions, balance_.emittedDown()); }
-  // Lets go of what no finger and no key to come holds down.
+  // Lets go of what no finger and no key to come holds down, and sends all that was emitted.
   void settle();
 
  private:

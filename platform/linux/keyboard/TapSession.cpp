@@ -49,6 +49,7 @@ TapSession::~TapSession() {
   passage_.close();
   passage_.settle();
   passage_.emit(balance_.releaseEmitted());
+  emitter_.flush();
   if (gate_.isClosed()) {
     for (const DeviceId keyboard : gate_.grabbed()) keymaps_.copyLocksTo(keyboard);
     openGate();
