@@ -13,8 +13,12 @@ Moment now() {
 
 }  // namespace
 
+Moment IntentWatch::timeOf(const xcb_input_raw_key_press_event_t& event) {
+  return clock_.note(event.time, now());
+}
+
 std::optional<Command> IntentWatch::keyMoved(const UserIntent::Key& key, const xcb_input_raw_key_press_event_t& event) {
-  return intent_.keyMoved(key, {clock_.note(event.time, now()), event.time});
+  return intent_.keyMoved(key, {timeOf(event), event.time});
 }
 
 std::optional<Command> IntentWatch::buttonMoved(const xcb_input_raw_button_press_event_t& event) {

@@ -22,6 +22,8 @@ class IntentWatch {
   // Before any event is brought here.
   void begin() { workspace_ = workspace(); }
 
+  // When it happened, by our own clock.
+  Moment timeOf(const xcb_input_raw_key_press_event_t& event);
   // A finger on a physical keyboard.
   std::optional<Command> keyMoved(const UserIntent::Key& key, const xcb_input_raw_key_press_event_t& event);
   // One of the buttons that are told, on a physical mouse.

@@ -10,6 +10,9 @@ namespace {
 
 // As long as a capture lasts by default: a key that waits longer comes too late to be of use.
 constexpr std::chrono::milliseconds longestWaitForGrab{500};
+// By which the rest of a chord may come later than it was typed.
+constexpr KeyPassage::Clock::duration noticeable = std::chrono::milliseconds(2);
+constexpr KeyPassage::Clock::duration longestDelay = std::chrono::milliseconds(300);
 
 }  // namespace
 
@@ -55,13 +58,13 @@ KeyPassage::Clock::time_point KeyPassage::timeToGo(const KeyQueue::Entry& entry)
   return mayBeShortcut(entry.stroke) ? std::max(inPace, emitter_.settlesAt()) : inPace;
 }
 
-void KeyPassage::admit(const KeyStroke& stroke) {
+void KeyPassage::admit(const KeyStroke& stroke, Clock::time_point when) {
   const KeyQueue::Ordinal ordinal = queue_.takeOrdinal();
   const bool isFirst = queue_.isEmpty();
-  const auto now = Clock::now();
-  if (isFirst && mayBeShortcut(stroke) && now < emitter_.settlesAt()) {
-    queue_.append({ordinal, stroke, KeyQueue::State::posted, std::nullopt, now});
-    nextGoes_ = emitter_.settlesAt();
+  const KeyQueue::Entry waiting{ordinal, stroke, KeyQueue::State::posted, std::nullopt, when};
+  if (const auto due = timeToGo(waiting); isFirst && due > Clock::now()) {
+    queue_.append(waiting);
+    nextGoes_ = due;
     return;
   }
   TapEvent event(stroke, ordinal, inbox_);
@@ -71,11 +74,11 @@ void KeyPassage::admit(const KeyStroke& stroke) {
   const auto front = isFirst ? session_.frontForKey() : session_.frontmost();
   if (!session_.decide(stroke.type, event, front)) {
     session_.disturb();
-    if (event.wasCopied()) queue_.append({ordinal, stroke, KeyQueue::State::held, std::nullopt, now});
+    if (event.wasCopied()) queue_.append({ordinal, stroke, KeyQueue::State::held, std::nullopt, when});
   } else if (isFirst) {
-    emit(balance_.emit(stroke.key, stroke.isPress));
+    emitNow(stroke, when);
   } else {
-    queue_.append({ordinal, stroke, KeyQueue::State::passed, front, now});
+    queue_.append({ordinal, stroke, KeyQueue::State::passed, front, when});
   }
 }
 
@@ -110,10 +113,16 @@ void KeyPassage::advance() {
       }
     }
     queue_.removeFirst();
-    if (mayBeShortcut(entry.stroke) && entry.arrived < emitter_.settlesAt()) chordDelay_ = Clock::now() - entry.arrived;
-    emit(balance_.emit(entry.stroke.key, entry.stroke.isPress));
-    if (queue_.isEmpty() || balance_.emittedDown().none()) chordDelay_ = {};
+    emitNow(entry.stroke, entry.arrived);
   }
+}
+
+void KeyPassage::emitNow(const KeyStroke& stroke, Clock::time_point when) {
+  const auto late = Clock::now() - when;
+  if (mayBeShortcut(stroke)) chordDelay_ = late < noticeable ? Clock::duration::zero() : std::min(late, longestDelay);
+  emit(balance_.emit(stroke.key, stroke.isPress));
+  const bool isPlain = stroke.type == kCGEventKeyDown && !mayBeShortcut(stroke);
+  if (isPlain || balance_.emittedDown().none()) chordDelay_ = {};
 }
 
 void KeyPassage::settle() {

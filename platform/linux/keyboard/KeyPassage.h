@@ -43,8 +43,10 @@ class KeyPassage {
   KeyPassage(XcbConnection& connection, KeyBalance& balance, KeyEmitter& emitter, Session& session)
       : connection_(connection), balance_(balance), emitter_(emitter), session_(session) {}
 
-  // A finger moved, and the gate holds its keyboard.
-  void admit(const KeyStroke& stroke);
+  // A finger moved at `when`, and the gate holds its keyboard.
+  void admit(const KeyStroke& stroke, Clock::time_point when);
+  // The rest of a chord is to keep its distance, also while another program grabs the keyboard.
+  bool isPacing() const { return chordDelay_ > Clock::duration::zero(); }
   // What has become due; each is false if there was nothing.
   bool takePosted();
   bool takeDue();
@@ -66,6 +68,7 @@ class KeyPassage {
   void advance();
   void advanceAndSettle();
   Clock::time_point timeToGo(const KeyQueue::Entry& entry) const;
+  void emitNow(const KeyStroke& stroke, Clock::time_point when);
 
   XcbConnection& connection_;
   KeyBalance& balance_;

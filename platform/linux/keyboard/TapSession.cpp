@@ -16,6 +16,7 @@ constexpr Logger gestureLog(LogCategory::gesture);
 
 // While the gate is closed the watchdog wants to hear from us well within its patience.
 constexpr std::chrono::milliseconds beatInterval{100};
+constexpr std::chrono::milliseconds sameGrab{100};
 
 }  // namespace
 
@@ -215,7 +216,7 @@ void TapSession::handleRawKey(const xcb_input_raw_key_press_event_t& event) {
   typeOn(event.deviceid);
   // Before the key goes: a launcher may be gone once it has it.
   const auto intent = intentOf(key, isPress);
-  handleKey(event.deviceid, key, isPress);
+  handleKey(event.deviceid, key, isPress, intent_.timeOf(event));
   tell(intent_.keyMoved(intent, event));
 }
 
@@ -226,18 +227,18 @@ void TapSession::typeOn(DeviceId keyboard) {
   keymaps_.keyboardTypes(keyboard);
 }
 
-void TapSession::handleKey(DeviceId keyboard, KeyCode key, bool isPress) {
+void TapSession::handleKey(DeviceId keyboard, KeyCode key, bool isPress, Clock::time_point when) {
   balance_.fingerMoved(keyboard, key, isPress);
   const KeyStroke stroke{key, isPress, roles_.typeOf(key, isPress), roles_.flagsOf(key, balance_.fingers()), {}};
   if (!gate_.holds(keyboard)) {
     passage_.emit(balance_.delivered(key, isPress));
     decideDelivered(stroke);
-  } else if (isGrabbedElsewhere_) {
+  } else if (isGrabbedElsewhere_ && !passage_.isPacing()) {
     // The program that grabbed the keyboard gets every key at once, whatever else is going on.
     passage_.emit(balance_.emit(key, isPress));
     decideDelivered(stroke);
   } else {
-    passage_.admit(stroke);
+    passage_.admit(stroke, when);
   }
   passage_.settle();
 }
@@ -277,7 +278,11 @@ void TapSession::tell(std::optional<Command> command) {
 void TapSession::noteFocus(FocusWatch::Sign sign) {
   if (sign == FocusWatch::Sign::none) return;
   front_.reset();
-  if (sign == FocusWatch::Sign::grabBegan && !isGrabbedElsewhere_) isGrabInvited_ = false;
+  const auto now = Clock::now();
+  // A window manager's shortcut ends with its key, and it goes on with a grab of its own.
+  if (sign == FocusWatch::Sign::grabBegan && !isGrabbedElsewhere_ && now - grabEnded_ > sameGrab)
+    isGrabInvited_ = false;
+  if (sign == FocusWatch::Sign::grabEnded && isGrabbedElsewhere_) grabEnded_ = now;
   isGrabbedElsewhere_ =
       sign == FocusWatch::Sign::grabBegan || (isGrabbedElsewhere_ && sign != FocusWatch::Sign::grabEnded);
   disturb();

@@ -61,7 +61,7 @@ class TapSession final : private KeyPassage::Session {
   void handleHierarchy(const xcb_input_hierarchy_event_t& event);
   void handleRawKey(const xcb_input_raw_key_press_event_t& event);
   void typeOn(DeviceId keyboard);
-  void handleKey(DeviceId keyboard, KeyCode key, bool isPress);
+  void handleKey(DeviceId keyboard, KeyCode key, bool isPress, Clock::time_point when);
   void handleButton(const xcb_input_raw_button_press_event_t& event);
   UserIntent::Key intentOf(KeyCode key, bool isPress);
   // Tells the tap's owner of a command that no event of its own tells.
@@ -102,6 +102,7 @@ class TapSession final : private KeyPassage::Session {
   // Valid while the gate is open: nothing has moved the focus since it was asked for.
   std::optional<std::optional<pid_t>> front_;
   bool isGrabbedElsewhere_ = false;
+  Clock::time_point grabEnded_;
   bool isGrabInvited_ = false;  // a key that was typed began the grab: what follows it is meant for that program
   DeviceId typist_ = 0;         // the keyboard that was typed on last
   CGPoint pointer_;             // where a mouse came into a window last
