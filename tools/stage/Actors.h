@@ -51,6 +51,7 @@ class Actor {
   // Returns when it was done, unless told not to wait.
   void tell(const std::string& command);
   void tellAndGoOn(const std::string& command) { process_->tell(command); }
+  void signal(int number) const { process_->signal(number); }
   std::optional<std::string> waitForReport(const std::string& part) { return process_->output().waitFor(part); }
 
  private:

@@ -23,6 +23,8 @@ constexpr std::array rows{Row{10, "1234567890-=", "!@#$%^&*()_+"}, Row{24, "qwer
 
 Typist::Typist(const std::string& display) : connection_(display), device_(Keyboard(connection_).hardware()) {
   firstEvent_ = xcb_get_extension_data(connection_, &xcb_input_id)->first_event;
+  // Fingers move whoever has the server to itself.
+  xcb_test_grab_control(connection_, 1);
 }
 
 void Typist::press(KeyCode key) {

@@ -54,6 +54,7 @@ class VirtualDesktop {
   // The X server goes away without a word.
   void killServer();
   void signalServer(int number) const { server_->signal(number); }
+  void signalWindowManager(int number) const { windowManager_->signal(number); }
   // Runs a program of this desktop to its end; returns whether it succeeded.
   bool run(const std::vector<std::string>& command) const;
 

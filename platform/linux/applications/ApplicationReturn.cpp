@@ -44,6 +44,7 @@ bool ApplicationReturn::begin(pid_t process, std::optional<pid_t> intruder) {
   const auto target = targetFor(process);
   if (!target || !ask(*target, false)) return false;
   process_ = process;
+  began_ = Clock::now();
   intruder_ = intruder == process ? std::nullopt : intruder;
   const auto last = intruder_ ? history_.lastOf(*intruder_) : std::nullopt;
   intrudersWindow_ = last ? last->window : xcb_window_t{XCB_WINDOW_NONE};
@@ -63,6 +64,9 @@ bool ApplicationReturn::isUndoing(std::optional<pid_t> process) const {
 }
 
 bool ApplicationReturn::isAwaitedInsteadOf(pid_t process) const {
+  // The window that came back may go at once, to another workspace or to be an icon. What was typed for it and is held
+  // must not go to whom it was taken back from because the focus falls to that one again.
+  if (process == intruder_ && Clock::now() - began_ < looks * lookInterval) return true;
   return !wasSeen_ && process != process_ && underWay_.goal();
 }
 

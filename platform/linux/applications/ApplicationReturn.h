@@ -34,7 +34,8 @@ class ApplicationReturn {
   bool begin(pid_t process, std::optional<pid_t> intruder);
   // Whether the application's being in front is just being undone, and therefore no news.
   bool isUndoing(std::optional<pid_t> process) const;
-  // Whether another application than this one was asked back and has not been seen in front yet.
+  // Whether another application than this one was asked back and has not been seen in front yet. Of the one whose place
+  // it is to take, for half a second whatever becomes of the return.
   bool isAwaitedInsteadOf(pid_t process) const;
   // Whether it is the one that was asked back.
   bool isBringingBack(pid_t process) const;
@@ -75,6 +76,7 @@ class ApplicationReturn {
   bool wasSeen_ = false;
   std::optional<Clock::time_point> backSince_;  // absent while another one is in front
   bool isUndoing_ = false;
+  Clock::time_point began_;
   Clock::time_point lastAsked_;
   bool owesMark_ = false;  // the intruder's window was sent back and does not show it yet
   int looksLeft_ = 0;

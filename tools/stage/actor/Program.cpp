@@ -189,6 +189,8 @@ void Program::obey(const std::string& command, const std::string& argument) {
   } else if (command == "minimise") {
     constexpr std::uint32_t iconic = 3;
     askManager(connection_, main_.id(), "WM_CHANGE_STATE", {iconic, 0});
+  } else if (command == "destroy") {
+    xcb_destroy_window(connection_, main_.id());
   } else if (command == "grab") {
     report("grabbed " + std::to_string(grab()));
   } else if (command == "ungrab") {

@@ -27,7 +27,7 @@ namespace stage {
 //   request <source>, focus      asks for the focus of its main window, or takes it unasked
 //   nudge <window>               asks for the activation of another's
 //   insist <ms> [request|focus]  asks for the focus and takes it, or one of both, again and again; with 0 no more
-//   minimise, exit
+//   minimise, destroy, exit      the last leaves no window at all, the one before no main window
 //   grab, ungrab                 the keyboard; begins and ends a menu
 //   click                        clicks its main window, as a program may that plays user
 //   pass [window]                tells another program, by default that under the pointer, to do what is asked of it
