@@ -25,7 +25,8 @@ struct Activation {
   std::vector<Moment> starts;
   // Server times that the window names as those of the user's deed that it comes from.
   std::vector<std::uint32_t> stamps;
-  // Another application was asked back to the front and has not been seen there yet, or was a moment ago, from this one.
+  // Another application was asked back to the front and has not been seen there yet, or was a moment ago, from this
+  // one.
   bool isReturnUnderWay = false;
   // This one was asked back to the front: that is nobody's command.
   bool isBroughtBack = false;

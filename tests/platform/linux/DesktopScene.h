@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "platform/linux/LinuxDesktop.h"
-#include "tools/stage/VirtualDesktop.h"
 #include "tests/platform/linux/TestFolder.h"
+#include "tools/stage/VirtualDesktop.h"
 
 namespace platform::linux_desktop {
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "platform/linux/applications/AgentRoles.h"
-#include "tools/stage/ChildProcess.h"
 #include "tests/platform/linux/TestFolder.h"
+#include "tools/stage/ChildProcess.h"
 
 namespace platform::linux_desktop {
 namespace {

@@ -7,8 +7,8 @@
 #include <QVariantMap>
 #include <csignal>
 
-#include "tools/stage/ChildProcess.h"
 #include "tests/platform/linux/bus/PrivateBus.h"
+#include "tools/stage/ChildProcess.h"
 
 namespace platform::linux_desktop {
 namespace {

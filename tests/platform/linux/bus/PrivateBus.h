@@ -5,8 +5,8 @@
 #include <string>
 
 #include "platform/linux/base/FileDescriptor.h"
-#include "tools/stage/ChildProcess.h"
 #include "tests/platform/linux/TestFolder.h"
+#include "tools/stage/ChildProcess.h"
 
 namespace platform::linux_desktop {
 

@@ -5,10 +5,10 @@
 #include <thread>
 
 #include "platform/linux/keyboard/LinuxEventTap.h"
-#include "tools/stage/Keyboard.h"
-#include "tools/stage/Mouse.h"
 #include "tests/platform/linux/DesktopScene.h"
 #include "tests/platform/linux/EventLoop.h"
+#include "tools/stage/Keyboard.h"
+#include "tools/stage/Mouse.h"
 
 namespace platform::linux_desktop {
 namespace {

@@ -2,8 +2,8 @@
 #include <unistd.h>
 
 #include "platform/linux/x11/WindowOwners.h"
-#include "tools/stage/Waiting.h"
 #include "tests/platform/linux/DesktopScene.h"
+#include "tools/stage/Waiting.h"
 
 namespace platform::linux_desktop {
 namespace {
